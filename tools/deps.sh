@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Makes sure the Debian packages that morlin builds and tests with are
+# installed. As root it installs what is missing; otherwise it names what is
+# missing and stops.
+set -euo pipefail
+
+packages=(cmake make g++ openjdk-17-jdk-headless libgtest-dev junit5 softhsm2)
+missing=()
+for p in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+if [ "$(id -u)" -ne 0 ]; then
+  echo "morlin needs these Debian packages: ${missing[*]}" >&2
+  echo "install them with: sudo apt-get install ${missing[*]}" >&2
+  exit 1
+fi
+echo "installing ${missing[*]}" >&2
+export DEBIAN_FRONTEND=noninteractive
+apt-get update -qq
+apt-get install -y -qq --no-install-recommends "${missing[@]}"
