@@ -1,17 +1,41 @@
-# Checks that LIB exports exactly EXPECTED symbols, all JNI entry points of
-# package kaltrix.morlin, and needs libcryptoki.so with no run path.
+# Checks that LIB exports exactly one JNI entry point for each native method
+# declared in the Java sources under JAVA_SOURCES, nothing else, and that it
+# needs libcryptoki.so with no run path.
 execute_process(COMMAND nm -D --defined-only ${LIB} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL "[^\n]+" lines "${symbols}")
-set(count 0)
+set(exported "")
 foreach(line IN LISTS lines)
-  if(NOT line MATCHES " T Java_kaltrix_morlin_[A-Za-z0-9_]+$")
+  if(NOT line MATCHES " T (Java_kaltrix_morlin_[A-Za-z0-9_]+)$")
     message(FATAL_ERROR "unexpected export: ${line}")
   endif()
-  math(EXPR count "${count} + 1")
+  list(APPEND exported ${CMAKE_MATCH_1})
 endforeach()
-if(NOT count EQUAL EXPECTED)
-  message(FATAL_ERROR "expected ${EXPECTED} entry points, found ${count}")
+
+# The JNI name of each "native" method: package and class path with '_',
+# '_' in names escaped as "_1" (no overloads, so no signature suffix).
+set(expected "")
+file(GLOB_RECURSE sources ${JAVA_SOURCES}/*.java)
+foreach(source IN LISTS sources)
+  file(RELATIVE_PATH relative ${JAVA_SOURCES} ${source})
+  string(REGEX REPLACE "\\.java$" "" class "${relative}")
+  string(REPLACE "_" "_1" class "${class}")
+  string(REPLACE "/" "_" class "${class}")
+  file(STRINGS ${source} declarations REGEX "[ \t]native[ \t]")
+  foreach(declaration IN LISTS declarations)
+    if(declaration MATCHES "([A-Za-z0-9_]+)[ \t]*\\(")
+      string(REPLACE "_" "_1" method "${CMAKE_MATCH_1}")
+      list(APPEND expected "Java_${class}_${method}")
+    endif()
+  endforeach()
+endforeach()
+list(SORT exported)
+list(SORT expected)
+if(NOT exported STREQUAL expected)
+  list(REMOVE_ITEM expected ${exported})
+  message(FATAL_ERROR "exports differ from the Java natives; missing: ${expected}\nexported: ${exported}")
 endif()
+list(LENGTH exported count)
+
 execute_process(COMMAND readelf -d ${LIB} OUTPUT_VARIABLE dynamic COMMAND_ERROR_IS_FATAL ANY)
 if(NOT dynamic MATCHES "NEEDED\\)[^\n]*\\[libcryptoki\\.so\\]")
   message(FATAL_ERROR "libcryptoki.so is not in DT_NEEDED")
