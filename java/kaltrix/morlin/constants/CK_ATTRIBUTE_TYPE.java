@@ -12,4 +12,10 @@ public class CK_ATTRIBUTE_TYPE extends CK_ULONG_WRAPPER {
     public CK_ATTRIBUTE_TYPE(long value) {
         super(value);
     }
+
+    /** The {@code CKA_} name of the value, from {@link CK}, or null if it has none. */
+    @Override
+    protected String valueName() {
+        return ConstantNames.of("CKA_", m_value);
+    }
 }

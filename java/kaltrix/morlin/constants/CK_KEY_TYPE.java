@@ -12,4 +12,10 @@ public class CK_KEY_TYPE extends CK_ULONG_WRAPPER {
     public CK_KEY_TYPE(long value) {
         super(value);
     }
+
+    /** The {@code CKK_} name of the value, from {@link CK}, or null if it has none. */
+    @Override
+    protected String valueName() {
+        return ConstantNames.of("CKK_", m_value);
+    }
 }

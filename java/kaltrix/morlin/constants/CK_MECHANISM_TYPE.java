@@ -12,4 +12,10 @@ public class CK_MECHANISM_TYPE extends CK_ULONG_WRAPPER {
     public CK_MECHANISM_TYPE(long value) {
         super(value);
     }
+
+    /** The {@code CKM_} name of the value, from {@link CK}, or null if it has none. */
+    @Override
+    protected String valueName() {
+        return ConstantNames.of("CKM_", m_value);
+    }
 }

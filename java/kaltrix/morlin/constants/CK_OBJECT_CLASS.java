@@ -12,4 +12,10 @@ public class CK_OBJECT_CLASS extends CK_ULONG_WRAPPER {
     public CK_OBJECT_CLASS(long value) {
         super(value);
     }
+
+    /** The {@code CKO_} name of the value, from {@link CK}, or null if it has none. */
+    @Override
+    protected String valueName() {
+        return ConstantNames.of("CKO_", m_value);
+    }
 }

@@ -40,4 +40,10 @@ public class CK_RV extends CK_ULONG_WRAPPER {
     public boolean isOk() {
         return m_value == CKR_OK;
     }
+
+    /** The {@code CKR_} name of the value, from {@link CK}, or null if it has none. */
+    @Override
+    protected String valueName() {
+        return ConstantNames.of("CKR_", m_value);
+    }
 }

@@ -12,4 +12,10 @@ public class CK_STATE extends CK_ULONG_WRAPPER {
     public CK_STATE(long value) {
         super(value);
     }
+
+    /** The {@code CKS_} name of the value, from {@link CK}, or null if it has none. */
+    @Override
+    protected String valueName() {
+        return ConstantNames.of("CKS_", m_value);
+    }
 }

@@ -12,4 +12,10 @@ public class CK_USER_TYPE extends CK_ULONG_WRAPPER {
     public CK_USER_TYPE(long value) {
         super(value);
     }
+
+    /** The {@code CKU_} name of the value, from {@link CK}, or null if it has none. */
+    @Override
+    protected String valueName() {
+        return ConstantNames.of("CKU_", m_value);
+    }
 }
