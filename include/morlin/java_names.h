@@ -73,6 +73,72 @@ inline constexpr MutexCallback kUnlockMutex{
     {"unlockMutex", "Lkaltrix/morlin/CK_C_INITIALIZE_ARGS$CK_UNLOCKMUTEX;"},
     "kaltrix/morlin/CK_C_INITIALIZE_ARGS$CK_UNLOCKMUTEX", "UnlockMutex", "(Ljava/lang/Object;)J"};
 
+// ---- plain values --------------------------------------------------------------
+
+inline constexpr const char* kDate = "kaltrix/morlin/CK_DATE";
+inline constexpr Field kDateYear{"year", "[B"};
+inline constexpr Field kDateMonth{"month", "[B"};
+inline constexpr Field kDateDay{"day", "[B"};
+
+inline constexpr const char* kObjectHandleArray = "[Lkaltrix/morlin/CK_OBJECT_HANDLE;";
+inline constexpr const char* kMechanismTypeArray = "[Lkaltrix/morlin/constants/CK_MECHANISM_TYPE;";
+
+// A boxed Java value and the method that unboxes it.
+struct Boxed {
+    const char* cls;
+    const char* method;
+    const char* methodSig;
+};
+inline constexpr Boxed kBoxedLong{"java/lang/Long", "longValue", "()J"};
+inline constexpr Boxed kBoxedInteger{"java/lang/Integer", "intValue", "()I"};
+// "java/lang/Char" on purpose: no such class exists, so this conversion always
+// ends in the JVM's class-not-found error. Not to be corrected.
+inline constexpr Boxed kBoxedChar{"java/lang/Char", "charValue", "()C"};
+inline constexpr Boxed kBoxedByte{"java/lang/Byte", "byteValue", "()B"};
+inline constexpr Boxed kBoxedBoolean{"java/lang/Boolean", "booleanValue", "()Z"};
+inline constexpr const char* kConstructor = "<init>";
+inline constexpr const char* kLongConstructorSig = "(J)V";
+
+// ---- slot, token, mechanism and session information -------------------------
+
+inline constexpr const char* kSlotInfo = "kaltrix/morlin/CK_SLOT_INFO";
+inline constexpr Field kSlotInfoSlotDescription{"slotDescription", "[B"};
+inline constexpr Field kSlotInfoManufacturerID{"manufacturerID", "[B"};
+inline constexpr Field kSlotInfoFlags{"flags", "J"};
+inline constexpr Field kSlotInfoHardwareVersion{"hardwareVersion", kVersionSig};
+inline constexpr Field kSlotInfoFirmwareVersion{"firmwareVersion", kVersionSig};
+
+inline constexpr const char* kTokenInfo = "kaltrix/morlin/CK_TOKEN_INFO";
+inline constexpr Field kTokenInfoLabel{"label", "[B"};
+inline constexpr Field kTokenInfoManufacturerID{"manufacturerID", "[B"};
+inline constexpr Field kTokenInfoModel{"model", "[B"};
+inline constexpr Field kTokenInfoSerialNumber{"serialNumber", "[B"};
+inline constexpr Field kTokenInfoFlags{"flags", "J"};
+inline constexpr Field kTokenInfoMaxSessionCount{"maxSessionCount", "J"};
+inline constexpr Field kTokenInfoSessionCount{"sessionCount", "J"};
+inline constexpr Field kTokenInfoMaxRwSessionCount{"maxRwSessionCount", "J"};
+inline constexpr Field kTokenInfoRwSessionCount{"rwSessionCount", "J"};
+inline constexpr Field kTokenInfoMaxPinLen{"maxPinLen", "J"};
+inline constexpr Field kTokenInfoMinPinLen{"minPinLen", "J"};
+inline constexpr Field kTokenInfoTotalPublicMemory{"totalPublicMemory", "J"};
+inline constexpr Field kTokenInfoFreePublicMemory{"freePublicMemory", "J"};
+inline constexpr Field kTokenInfoTotalPrivateMemory{"totalPrivateMemory", "J"};
+inline constexpr Field kTokenInfoFreePrivateMemory{"freePrivateMemory", "J"};
+inline constexpr Field kTokenInfoHardwareVersion{"hardwareVersion", kVersionSig};
+inline constexpr Field kTokenInfoFirmwareVersion{"firmwareVersion", kVersionSig};
+inline constexpr Field kTokenInfoUtcTime{"utcTime", "[B"};
+
+inline constexpr const char* kMechanismInfo = "kaltrix/morlin/CK_MECHANISM_INFO";
+inline constexpr Field kMechanismInfoMinKeySize{"minKeySize", "J"};
+inline constexpr Field kMechanismInfoMaxKeySize{"maxKeySize", "J"};
+inline constexpr Field kMechanismInfoFlags{"flags", "J"};
+
+inline constexpr const char* kSessionInfo = "kaltrix/morlin/CK_SESSION_INFO";
+inline constexpr Field kSessionInfoSlotID{"slotID", "J"};
+inline constexpr Field kSessionInfoState{"state", "Lkaltrix/morlin/constants/CK_STATE;"};
+inline constexpr Field kSessionInfoFlags{"flags", "J"};
+inline constexpr Field kSessionInfoDeviceError{"deviceError", "J"};
+
 inline constexpr const char* kObject = "java/lang/Object";
 inline constexpr const char* kClass = "java/lang/Class";
 inline constexpr const char* kGetClass = "getClass";

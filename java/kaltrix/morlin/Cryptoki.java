@@ -1,6 +1,8 @@
 package kaltrix.morlin;
 
+import kaltrix.morlin.constants.CK_MECHANISM_TYPE;
 import kaltrix.morlin.constants.CK_RV;
+import kaltrix.morlin.constants.CK_USER_TYPE;
 
 /**
  * The Cryptoki functions of the token library, as static native methods.
@@ -82,4 +84,223 @@ public final class Cryptoki {
      * @return the token library's result
      */
     public static native CK_RV C_CancelFunction(CK_SESSION_HANDLE hSession);
+
+    // ---- slots, tokens and mechanisms ----------------------------------------
+
+    /**
+     * Lists slots. With {@code pSlotList} null this is the size query: the
+     * number of slots comes back in {@code pulCount}. Otherwise
+     * {@code pulCount.value} tells the token library how many ids it may
+     * deliver; the ids that fit into the array are copied, and
+     * {@code pulCount} receives the number the token library reported, on
+     * every result. On {@code CKR_BUFFER_TOO_SMALL} the array is untouched.
+     *
+     * @param tokenPresent true to list only slots with a token present
+     * @param pSlotList receives the slot ids, or null
+     * @param pulCount in: room in the list; out: the number of slots. Null gives
+     *        {@code CKR_ARGUMENTS_BAD} without calling the token library
+     * @return the token library's result
+     */
+    public static native CK_RV C_GetSlotList(boolean tokenPresent, long[] pSlotList, LongRef pulCount);
+
+    /**
+     * Reads information about a slot. On {@code CKR_OK} the fields of
+     * {@code pInfo} are replaced by new objects; otherwise it is left untouched.
+     *
+     * @param slotID the slot
+     * @param pInfo receives the information; null gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_GetSlotInfo(long slotID, CK_SLOT_INFO pInfo);
+
+    /**
+     * Reads information about the token in a slot. On {@code CKR_OK} the
+     * fields of {@code pInfo} are replaced by new objects, the text fields
+     * with their blank padding; otherwise it is left untouched.
+     *
+     * @param slotID the slot
+     * @param pInfo receives the information; null gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_GetTokenInfo(long slotID, CK_TOKEN_INFO pInfo);
+
+    /**
+     * Waits for a slot event, or with {@code CKF_DONT_BLOCK} polls for one.
+     * Only on {@code CKR_OK} is the slot written; {@code CKR_NO_EVENT} leaves
+     * {@code pSlot} as it was. Blocking calls hold the calling thread inside
+     * the token library for as long as it chooses.
+     *
+     * @param flags 0 or {@code CKF_DONT_BLOCK}
+     * @param pSlot receives the slot of the event; its value is not read. Null
+     *        gives {@code CKR_ARGUMENTS_BAD}
+     * @param pReserved must be null; its reference is handed to the token
+     *        library unconverted, where PKCS#11 expects {@code NULL_PTR}
+     * @return the token library's result
+     */
+    public static native CK_RV C_WaitForSlotEvent(long flags, LongRef pSlot, Object pReserved);
+
+    /**
+     * Lists the mechanism types of a token, under the same size-query rules as
+     * {@link #C_GetSlotList}. No wrapper is created: the array must come filled
+     * with {@link CK_MECHANISM_TYPE} objects, whose values are replaced.
+     *
+     * @param slotID the slot
+     * @param pMechanismList wrappers to receive the types, or null for the size query
+     * @param pulCount in: room in the list; out: the number of types. Null gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_GetMechanismList(long slotID, CK_MECHANISM_TYPE[] pMechanismList, LongRef pulCount);
+
+    /**
+     * Reads information about one mechanism of a token. On {@code CKR_OK} the
+     * fields of {@code pInfo} are set; otherwise it is left untouched.
+     *
+     * @param slotID the slot
+     * @param type the mechanism; null reaches the token library as -1
+     * @param pInfo receives the information; null gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_GetMechanismInfo(long slotID, CK_MECHANISM_TYPE type, CK_MECHANISM_INFO pInfo);
+
+    /**
+     * Initialises a token. Neither the PIN nor the label is padded or measured
+     * here: the token library reads {@code ulPinLen} bytes of the PIN and 32
+     * bytes of the label.
+     *
+     * @param slotID the slot
+     * @param pPin the security officer's PIN; null with a length of 0 or less
+     *        is the protected-path case, null with a positive length gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @param ulPinLen the PIN length handed to the token library
+     * @param pLabel the label, 32 blank-padded bytes; not checked
+     * @return the token library's result
+     */
+    public static native CK_RV C_InitToken(long slotID, byte[] pPin, long ulPinLen, byte[] pLabel);
+
+    /**
+     * Sets the normal user's PIN, from a security officer's session.
+     *
+     * @param hSession the session
+     * @param pPin the new PIN; null with a positive length gives
+     *        {@code CKR_ARGUMENTS_BAD}, null with a length of 0 is the
+     *        protected-path case
+     * @param ulPinLen the PIN length handed to the token library
+     * @return the token library's result
+     */
+    public static native CK_RV C_InitPIN(CK_SESSION_HANDLE hSession, byte[] pPin, long ulPinLen);
+
+    /**
+     * Changes the PIN of the user logged in to the session. Both PINs are
+     * checked before anything else.
+     *
+     * @param hSession the session
+     * @param pOldPin the current PIN; null with a positive length gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @param ulOldLen its length
+     * @param pNewPin the new PIN; null with a positive length gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @param ulNewLen its length
+     * @return the token library's result
+     */
+    public static native CK_RV C_SetPIN(CK_SESSION_HANDLE hSession, byte[] pOldPin, long ulOldLen, byte[] pNewPin, long ulNewLen);
+
+    // ---- sessions, login and operation state ------------------------------------
+
+    /**
+     * Opens a session. On {@code CKR_OK} the new handle is stored in
+     * {@code phSession}; on any other result it keeps its old value.
+     *
+     * <p>{@code pApplication} and {@code notify} are declared as plain objects
+     * and reach the token library as raw references: no notification callback
+     * is ever delivered to Java, so pass null for both.
+     *
+     * @param slotID the slot
+     * @param flags {@code CKF_SERIAL_SESSION}, and {@code CKF_RW_SESSION} for a
+     *        read/write session
+     * @param pApplication null
+     * @param notify null
+     * @param phSession receives the handle; null gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_OpenSession(long slotID, long flags, Object pApplication, Object notify, CK_SESSION_HANDLE phSession);
+
+    /**
+     * Closes a session. The wrapper keeps its value afterwards; a later call
+     * with it gets the token library's error.
+     *
+     * @param hSession the session; null reaches the token library as the
+     *        handle with all bits set
+     * @return the token library's result
+     */
+    public static native CK_RV C_CloseSession(CK_SESSION_HANDLE hSession);
+
+    /**
+     * Closes all sessions of the application with a slot.
+     *
+     * @param slotID the slot
+     * @return the token library's result
+     */
+    public static native CK_RV C_CloseAllSessions(long slotID);
+
+    /**
+     * Reads information about a session. On {@code CKR_OK} the fields of
+     * {@code pInfo} are set, and the {@link kaltrix.morlin.constants.CK_STATE}
+     * object in its {@code state} field, which must not be null, gets the new
+     * value in place.
+     *
+     * @param hSession the session
+     * @param pInfo receives the information; null gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_GetSessionInfo(CK_SESSION_HANDLE hSession, CK_SESSION_INFO pInfo);
+
+    /**
+     * Saves the state of the session's running operations as opaque bytes.
+     * With {@code pOperationState} null this is the size query. The length is
+     * written back on every result, the bytes only on {@code CKR_OK}.
+     *
+     * @param hSession the session
+     * @param pOperationState receives the state, or null
+     * @param pulOperationStateLen in: room for the state; out: its length. Null
+     *        gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_GetOperationState(CK_SESSION_HANDLE hSession, byte[] pOperationState, LongRef pulOperationStateLen);
+
+    /**
+     * Restores a saved operation state.
+     *
+     * @param hSession the session
+     * @param pOperationState the saved state; null gives {@code CKR_ARGUMENTS_BAD}
+     * @param ulOperationStateLen the length handed to the token library; 0 gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @param hEncryptionKey the encryption key, or a handle holding 0 for none
+     *        (null reaches the token library as -1, not as 0)
+     * @param hAuthenticationKey the authentication key, or a handle holding 0
+     *        for none
+     * @return the token library's result
+     */
+    public static native CK_RV C_SetOperationState(CK_SESSION_HANDLE hSession, byte[] pOperationState, long ulOperationStateLen, CK_OBJECT_HANDLE hEncryptionKey, CK_OBJECT_HANDLE hAuthenticationKey);
+
+    /**
+     * Logs a user in to the token.
+     *
+     * @param hSession the session
+     * @param userType {@code CKU_SO}, {@code CKU_USER} or
+     *        {@code CKU_CONTEXT_SPECIFIC}; null reaches the token library as -1
+     * @param pPin the PIN; null with a length of 0 is the protected-path login,
+     *        null with a positive length gives {@code CKR_ARGUMENTS_BAD}
+     * @param ulPinLen the PIN length handed to the token library
+     * @return the token library's result
+     */
+    public static native CK_RV C_Login(CK_SESSION_HANDLE hSession, CK_USER_TYPE userType, byte[] pPin, long ulPinLen);
+
+    /**
+     * Logs the user out of the token.
+     *
+     * @param hSession the session
+     * @return the token library's result
+     */
+    public static native CK_RV C_Logout(CK_SESSION_HANDLE hSession);
 }
