@@ -155,7 +155,8 @@ TEST_F(SessionsTest, ExceptionPaths) {
     jobject info = allocObject("kaltrix/morlin/CK_SESSION_INFO");
     setObject(info, "state", "Lkaltrix/morlin/constants/CK_STATE;", wrapper(kState, 0));
     jobject s = session(7);
-    sweepNative(env, watch, result, [&] { result = Java_kaltrix_morlin_Cryptoki_C_1GetSessionInfo(env, nullptr, s, info); });
+    sweepNative(env, watch, result,
+                [&] { result = Java_kaltrix_morlin_Cryptoki_C_1GetSessionInfo(env, nullptr, s, info); });
 
     watch.install("C_GetOperationState", [](void* const* a) {
         if (CK_BYTE_PTR buffer = fake::arg<CK_BYTE_PTR>(a, 1)) buffer[0] = 0x5A;
@@ -173,9 +174,6 @@ TEST_F(SessionsTest, ExceptionPaths) {
     watch.install("C_Login");
     jobject user = wrapper(kUserType, CKU_USER);
     sweepNative(env, watch, result, [&] { result = login(s, user, state, 3); });
-
-    watch.install("C_Logout");
-    sweepNative(env, watch, result, [&] { result = Java_kaltrix_morlin_Cryptoki_C_1Logout(env, nullptr, s); });
 }
 
 }  // namespace

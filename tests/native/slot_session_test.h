@@ -9,7 +9,8 @@
 #include "bridge_test.h"
 
 extern "C" {
-#define MORLIN_TEST_ENTRY_(name, ...) JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_##name(JNIEnv*, jclass, __VA_ARGS__);
+#define MORLIN_TEST_ENTRY_(name, ...) \
+    JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_##name(JNIEnv*, jclass, __VA_ARGS__);
 MORLIN_TEST_ENTRY_(C_1GetSlotList, jboolean, jlongArray, jobject)
 MORLIN_TEST_ENTRY_(C_1GetSlotInfo, jlong, jobject)
 MORLIN_TEST_ENTRY_(C_1GetTokenInfo, jlong, jobject)

@@ -278,29 +278,20 @@ TEST_F(SlotsTest, ExceptionPaths) {
         return CKR_OK;
     });
     jobject tokenInfo = allocObject("kaltrix/morlin/CK_TOKEN_INFO");
-    sweepNative(env, watch, result, [&] { result = Java_kaltrix_morlin_Cryptoki_C_1GetTokenInfo(env, nullptr, 1, tokenInfo); });
-
-    watch.install("C_GetMechanismInfo");
-    jobject mechInfo = allocObject("kaltrix/morlin/CK_MECHANISM_INFO");
-    jobject type = wrapper(kMechType, 0x1081);
     sweepNative(env, watch, result,
-                [&] { result = Java_kaltrix_morlin_Cryptoki_C_1GetMechanismInfo(env, nullptr, 1, type, mechInfo); });
+                [&] { result = Java_kaltrix_morlin_Cryptoki_C_1GetTokenInfo(env, nullptr, 1, tokenInfo); });
 
     watch.install("C_WaitForSlotEvent");
     jobject slot = longRef(0);
     sweepNative(env, watch, result,
                 [&] { result = Java_kaltrix_morlin_Cryptoki_C_1WaitForSlotEvent(env, nullptr, 0, slot, nullptr); });
 
-    watch.install("C_InitToken");
-    jbyteArray pin = makeBytes({'1', '2'});
-    jbyteArray label = makeBytes(std::vector<unsigned char>(32, ' '));
-    sweepNative(env, watch, result,
-                [&] { result = Java_kaltrix_morlin_Cryptoki_C_1InitToken(env, nullptr, 1, pin, 2, label); });
-
     watch.install("C_SetPIN");
+    jbyteArray oldPin = makeBytes({'1', '2'});
+    jbyteArray newPin = makeBytes({'3', '4', '5'});
     jobject s = session(3);
     sweepNative(env, watch, result,
-                [&] { result = Java_kaltrix_morlin_Cryptoki_C_1SetPIN(env, nullptr, s, pin, 2, label, 2); });
+                [&] { result = Java_kaltrix_morlin_Cryptoki_C_1SetPIN(env, nullptr, s, oldPin, 2, newPin, 3); });
 }
 
 }  // namespace

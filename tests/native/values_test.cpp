@@ -63,8 +63,8 @@ TEST_F(ValuesTest, JavaNamesResolve) {
     // The info tables carry their field names; their kinds fix the signature.
     auto checkTable = [&](const char* cls, const InfoField* rows, size_t n) {
         for (size_t i = 0; i < n; ++i) {
-            const char* sig = rows[i].kind == InfoField::Bytes ? "[B" : rows[i].kind == InfoField::Long ? "J"
-                                                                                                        : jn::kVersionSig;
+            const InfoField::Kind kind = rows[i].kind;
+            const char* sig = kind == InfoField::Bytes ? "[B" : kind == InfoField::Long ? "J" : jn::kVersionSig;
             EXPECT_NE(env->GetFieldID(findClass(cls), rows[i].name, sig), nullptr) << cls << "." << rows[i].name;
             env->ExceptionClear();
         }
