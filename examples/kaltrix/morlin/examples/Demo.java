@@ -1,0 +1,313 @@
+package kaltrix.morlin.examples;
+
+import java.nio.charset.StandardCharsets;
+import java.util.ArrayList;
+import java.util.List;
+import kaltrix.morlin.CK_INFO;
+import kaltrix.morlin.CK_MECHANISM_INFO;
+import kaltrix.morlin.CK_SESSION_HANDLE;
+import kaltrix.morlin.CK_SESSION_INFO;
+import kaltrix.morlin.CK_SLOT_INFO;
+import kaltrix.morlin.CK_TOKEN_INFO;
+import kaltrix.morlin.Cryptoki;
+import kaltrix.morlin.LongRef;
+import kaltrix.morlin.constants.CK;
+import kaltrix.morlin.constants.CK_MECHANISM_TYPE;
+import kaltrix.morlin.constants.CK_RV;
+import kaltrix.morlin.constants.CK_USER_TYPE;
+
+/**
+ * A tour of the binding: what the token library is, which slots and tokens it
+ * has, what a token can do, and a session opened and logged in.
+ *
+ * <pre>
+ * java -Djava.library.path=DIR_OF_LIBMORLIN -cp morlin.jar:morlin-demo.jar \
+ *     kaltrix.morlin.examples.Demo [--label LABEL] [--pin USER_PIN]
+ * </pre>
+ *
+ * <p>Every Cryptoki call returns a {@link CK_RV}; Java exceptions are kept for
+ * failures on the Java side. The token is the one labelled LABEL, or else the
+ * first initialised one. Without a PIN the session stays public.
+ */
+public final class Demo {
+    private Demo() {
+    }
+
+    public static void main(String[] args) {
+        String label = null;
+        String pin = null;
+        for (int i = 0; i < args.length; i++) {
+            if (args[i].equals("--label") && i + 1 < args.length) {
+                label = args[++i];
+            } else if (args[i].equals("--pin") && i + 1 < args.length) {
+                pin = args[++i];
+            } else {
+                System.err.println("usage: Demo [--label LABEL] [--pin USER_PIN]");
+                System.exit(2);
+            }
+        }
+        System.exit(run(label, pin) ? 0 : 1);
+    }
+
+    private static boolean run(String label, String pin) {
+        // C_Initialize first, C_Finalize last. No arguments: this program
+        // calls the token library from one thread only.
+        System.out.println("morlin: a PKCS#11 token library seen from Java");
+        if (!ok("C_Initialize", Cryptoki.C_Initialize(null))) {
+            return false;
+        }
+        try {
+            libraryInformation();
+            long slot = slotsAndTokens(label);
+            if (slot < 0) {
+                return false;
+            }
+            mechanisms(slot);
+            return session(slot, pin);
+        } finally {
+            System.out.println();
+            line("Finalize", describe(Cryptoki.C_Finalize(null)));
+        }
+    }
+
+    private static void libraryInformation() {
+        CK_INFO info = new CK_INFO();
+        if (!ok("C_GetInfo", Cryptoki.C_GetInfo(info))) {
+            return;
+        }
+        heading("Library");
+        line("Cryptoki version", info.cryptokiVersion);
+        line("Manufacturer", info.getManufacturerID());
+        line("Description", info.getLibraryDescription());
+        line("Library version", info.libraryVersion);
+    }
+
+    /** Lists every slot and its token; returns the slot to work with, or -1. */
+    private static long slotsAndTokens(String wanted) {
+        // The two-call pattern: ask for the count with a null array, then fetch.
+        LongRef count = new LongRef();
+        if (!ok("C_GetSlotList", Cryptoki.C_GetSlotList(false, null, count))) {
+            return -1;
+        }
+        long[] slots = new long[(int) count.value];
+        if (!ok("C_GetSlotList", Cryptoki.C_GetSlotList(false, slots, count))) {
+            return -1;
+        }
+        heading("Slots (" + count.value + ")");
+        long chosen = -1;
+        for (int i = 0; i < count.value; i++) {
+            long slot = slots[i];
+            CK_SLOT_INFO slotInfo = new CK_SLOT_INFO();
+            if (!ok("C_GetSlotInfo", Cryptoki.C_GetSlotInfo(slot, slotInfo))) {
+                continue;
+            }
+            System.out.printf("  Slot %s: %s%n", hex(slot), slotInfo.getSlotDescription());
+            line("  Manufacturer", slotInfo.getManufacturerID());
+            line("  Flags", flags(slotInfo.flags, SLOT_FLAGS));
+            line("  Hardware/firmware", slotInfo.hardwareVersion + " / " + slotInfo.firmwareVersion);
+            if ((slotInfo.flags & CK.CKF_TOKEN_PRESENT) == 0) {
+                continue;
+            }
+            CK_TOKEN_INFO token = new CK_TOKEN_INFO();
+            if (!ok("C_GetTokenInfo", Cryptoki.C_GetTokenInfo(slot, token))) {
+                continue;
+            }
+            boolean initialised = (token.flags & CK.CKF_TOKEN_INITIALIZED) != 0;
+            // The label comes as 32 blank-padded bytes, exactly as the token has it.
+            System.out.printf("    Token [%s]%n", new String(token.label, StandardCharsets.UTF_8));
+            line("    Manufacturer", token.getManufacturerID());
+            line("    Model", token.getModel());
+            line("    Serial number", token.getSerialNumber());
+            line("    Flags", flags(token.flags, TOKEN_FLAGS));
+            line("    Sessions", "open " + limit(token.sessionCount) + ", at most " + limit(token.maxSessionCount)
+                    + " (read/write: open " + limit(token.rwSessionCount) + ", at most "
+                    + limit(token.maxRwSessionCount) + ")");
+            line("    PIN length", token.minPinLen + " to " + token.maxPinLen);
+            if (chosen < 0 && initialised && (wanted == null || wanted.equals(token.getLabel()))) {
+                chosen = slot;
+            }
+        }
+        if (chosen < 0) {
+            System.out.println("No initialised token" + (wanted == null ? "" : " labelled " + wanted) + ".");
+        }
+        return chosen;
+    }
+
+    private static void mechanisms(long slot) {
+        LongRef count = new LongRef();
+        if (!ok("C_GetMechanismList", Cryptoki.C_GetMechanismList(slot, null, count))) {
+            return;
+        }
+        // The array must come filled: the call overwrites the values of the
+        // wrappers it is given.
+        CK_MECHANISM_TYPE[] types = new CK_MECHANISM_TYPE[(int) count.value];
+        for (int i = 0; i < types.length; i++) {
+            types[i] = new CK_MECHANISM_TYPE();
+        }
+        if (!ok("C_GetMechanismList", Cryptoki.C_GetMechanismList(slot, types, count))) {
+            return;
+        }
+        heading("Mechanisms of slot " + hex(slot) + " (" + count.value + ")");
+        for (CK_MECHANISM_TYPE type : types) {
+            CK_MECHANISM_INFO info = new CK_MECHANISM_INFO();
+            String name = utilityName(type);
+            if (Cryptoki.C_GetMechanismInfo(slot, type, info).isOk()) {
+                System.out.printf("  %-10s %-30s %-18s %s%n", hex(type.m_value), name,
+                        keySizes(info), flags(info.flags, MECHANISM_FLAGS));
+            } else {
+                System.out.printf("  %-10s %s%n", hex(type.m_value), name);
+            }
+        }
+    }
+
+    private static boolean session(long slot, String pin) {
+        heading("Session on slot " + hex(slot));
+        CK_SESSION_HANDLE session = new CK_SESSION_HANDLE();
+        // pApplication and Notify: no notification reaches Java, so both null.
+        if (!ok("C_OpenSession", Cryptoki.C_OpenSession(slot, CK.CKF_SERIAL_SESSION | CK.CKF_RW_SESSION,
+                null, null, session))) {
+            return false;
+        }
+        boolean good = true;
+        try {
+            line("Handle", hex(session.m_value));
+            sessionState(session);
+            if (pin == null) {
+                System.out.println("  No PIN given (--pin): the session stays public.");
+                return true;
+            }
+            // A wrong PIN is a Cryptoki answer, not an exception.
+            byte[] wrong = "not-the-pin".getBytes(StandardCharsets.UTF_8);
+            CK_RV rv = Cryptoki.C_Login(session, new CK_USER_TYPE(CK.CKU_USER), wrong, wrong.length);
+            line("Login, wrong PIN", describe(rv));
+
+            byte[] pinBytes = pin.getBytes(StandardCharsets.UTF_8);
+            rv = Cryptoki.C_Login(session, new CK_USER_TYPE(CK.CKU_USER), pinBytes, pinBytes.length);
+            line("Login as user", describe(rv));
+            good = rv.isOk();
+            if (good) {
+                sessionState(session);
+                line("Logout", describe(Cryptoki.C_Logout(session)));
+            }
+            return good;
+        } finally {
+            line("Close", describe(Cryptoki.C_CloseSession(session)));
+        }
+    }
+
+    private static void sessionState(CK_SESSION_HANDLE session) {
+        CK_SESSION_INFO info = new CK_SESSION_INFO();
+        if (ok("C_GetSessionInfo", Cryptoki.C_GetSessionInfo(session, info))) {
+            line("State", info.state + ", flags " + flags(info.flags, SESSION_FLAGS));
+        }
+    }
+
+    // ---- formatting ----------------------------------------------------------
+
+    /** The constant's name, from the wrapper's toString ("CKM_AES_GCM"). */
+    private static String utilityName(CK_MECHANISM_TYPE type) {
+        return type.toString();
+    }
+
+    private static String describe(CK_RV rv) {
+        return rv.toString();
+    }
+
+    private static boolean ok(String function, CK_RV rv) {
+        if (!rv.isOk()) {
+            System.out.println(function + " failed: " + describe(rv));
+        }
+        return rv.isOk();
+    }
+
+    private static String keySizes(CK_MECHANISM_INFO info) {
+        return info.minKeySize == 0 && info.maxKeySize == 0 ? "" : "key " + info.minKeySize + ".." + info.maxKeySize;
+    }
+
+    private static String limit(long value) {
+        if (value == CK.CK_EFFECTIVELY_INFINITE) {
+            return "unlimited";
+        }
+        return value == CK.CK_UNAVAILABLE_INFORMATION ? "unknown" : Long.toString(value);
+    }
+
+    private static final Object[][] SLOT_FLAGS = {
+        {CK.CKF_TOKEN_PRESENT, "TOKEN_PRESENT"},
+        {CK.CKF_REMOVABLE_DEVICE, "REMOVABLE_DEVICE"},
+        {CK.CKF_HW_SLOT, "HW_SLOT"},
+    };
+    private static final Object[][] TOKEN_FLAGS = {
+        {CK.CKF_RNG, "RNG"},
+        {CK.CKF_WRITE_PROTECTED, "WRITE_PROTECTED"},
+        {CK.CKF_LOGIN_REQUIRED, "LOGIN_REQUIRED"},
+        {CK.CKF_USER_PIN_INITIALIZED, "USER_PIN_INITIALIZED"},
+        {CK.CKF_RESTORE_KEY_NOT_NEEDED, "RESTORE_KEY_NOT_NEEDED"},
+        {CK.CKF_CLOCK_ON_TOKEN, "CLOCK_ON_TOKEN"},
+        {CK.CKF_PROTECTED_AUTHENTICATION_PATH, "PROTECTED_AUTHENTICATION_PATH"},
+        {CK.CKF_DUAL_CRYPTO_OPERATIONS, "DUAL_CRYPTO_OPERATIONS"},
+        {CK.CKF_TOKEN_INITIALIZED, "TOKEN_INITIALIZED"},
+        {CK.CKF_SECONDARY_AUTHENTICATION, "SECONDARY_AUTHENTICATION"},
+        {CK.CKF_USER_PIN_COUNT_LOW, "USER_PIN_COUNT_LOW"},
+        {CK.CKF_USER_PIN_FINAL_TRY, "USER_PIN_FINAL_TRY"},
+        {CK.CKF_USER_PIN_LOCKED, "USER_PIN_LOCKED"},
+        {CK.CKF_USER_PIN_TO_BE_CHANGED, "USER_PIN_TO_BE_CHANGED"},
+        {CK.CKF_SO_PIN_COUNT_LOW, "SO_PIN_COUNT_LOW"},
+        {CK.CKF_SO_PIN_FINAL_TRY, "SO_PIN_FINAL_TRY"},
+        {CK.CKF_SO_PIN_LOCKED, "SO_PIN_LOCKED"},
+        {CK.CKF_SO_PIN_TO_BE_CHANGED, "SO_PIN_TO_BE_CHANGED"},
+    };
+    private static final Object[][] SESSION_FLAGS = {
+        {CK.CKF_RW_SESSION, "RW_SESSION"},
+        {CK.CKF_SERIAL_SESSION, "SERIAL_SESSION"},
+    };
+    private static final Object[][] MECHANISM_FLAGS = {
+        {CK.CKF_HW, "hw"},
+        {CK.CKF_ENCRYPT, "encrypt"},
+        {CK.CKF_DECRYPT, "decrypt"},
+        {CK.CKF_DIGEST, "digest"},
+        {CK.CKF_SIGN, "sign"},
+        {CK.CKF_SIGN_RECOVER, "sign-recover"},
+        {CK.CKF_VERIFY, "verify"},
+        {CK.CKF_VERIFY_RECOVER, "verify-recover"},
+        {CK.CKF_GENERATE, "generate"},
+        {CK.CKF_GENERATE_KEY_PAIR, "generate-pair"},
+        {CK.CKF_WRAP, "wrap"},
+        {CK.CKF_UNWRAP, "unwrap"},
+        {CK.CKF_DERIVE, "derive"},
+        {CK.CKF_EC_F_P, "ec-f-p"},
+        {CK.CKF_EC_F_2M, "ec-f-2m"},
+        {CK.CKF_EC_ECPARAMETERS, "ec-parameters"},
+        {CK.CKF_EC_NAMEDCURVE, "ec-named-curve"},
+        {CK.CKF_EC_UNCOMPRESS, "ec-uncompressed"},
+        {CK.CKF_EC_COMPRESS, "ec-compressed"},
+    };
+
+    private static String flags(long value, Object[][] names) {
+        List<String> set = new ArrayList<>();
+        long known = 0;
+        for (Object[] row : names) {
+            long bit = (Long) row[0];
+            known |= bit;
+            if ((value & bit) != 0) {
+                set.add((String) row[1]);
+            }
+        }
+        if ((value & ~known) != 0) {
+            set.add(hex(value & ~known));
+        }
+        return set.isEmpty() ? "none" : String.join(" ", set);
+    }
+
+    private static String hex(long value) {
+        return "0x" + Long.toHexString(value).toUpperCase();
+    }
+
+    private static void heading(String title) {
+        System.out.println();
+        System.out.println(title);
+    }
+
+    private static void line(String label, Object value) {
+        System.out.printf("  %-20s %s%n", label, value);
+    }
+}
