@@ -9,6 +9,7 @@ import kaltrix.morlin.CK_SESSION_HANDLE;
 import kaltrix.morlin.CK_SESSION_INFO;
 import kaltrix.morlin.CK_SLOT_INFO;
 import kaltrix.morlin.CK_TOKEN_INFO;
+import kaltrix.morlin.CTUtil;
 import kaltrix.morlin.Cryptoki;
 import kaltrix.morlin.LongRef;
 import kaltrix.morlin.constants.CK;
@@ -204,13 +205,27 @@ public final class Demo {
 
     // ---- formatting ----------------------------------------------------------
 
-    /** The constant's name, from the wrapper's toString ("CKM_AES_GCM"). */
+    /** The token utility library's name of a mechanism ("AES_GCM"). */
     private static String utilityName(CK_MECHANISM_TYPE type) {
-        return type.toString();
+        LongRef length = new LongRef();
+        if (!CTUtil.CTU_GetMechanismTypeString(type, null, length).isOk()) {
+            return type.toString();
+        }
+        byte[] text = new byte[(int) length.value];
+        if (!CTUtil.CTU_GetMechanismTypeString(type, text, length).isOk()) {
+            return type.toString();
+        }
+        return new String(text, 0, (int) length.value, StandardCharsets.US_ASCII);
     }
 
+    /** A result with its name and the utility library's message. */
     private static String describe(CK_RV rv) {
-        return rv.toString();
+        LongRef length = new LongRef(128);
+        byte[] text = new byte[128];
+        String message = CTUtil.CTU_GetErrorString(rv, text, length).isOk()
+                ? " (" + new String(text, 0, (int) length.value, StandardCharsets.US_ASCII) + ")"
+                : "";
+        return rv + message;
     }
 
     private static boolean ok(String function, CK_RV rv) {
