@@ -9,8 +9,8 @@
 #include "morlin/java_names.h"
 #include "morlin/jutil.h"
 
-void CopyCKInfoFields(JNIEnv* env, const char* classPath, const void* info, jobject object,
-                      const InfoField* fields, size_t count) {
+void CopyCKInfoFields(JNIEnv* env, const char* classPath, const void* info, jobject object, const InfoField* fields,
+                      size_t count) {
     jclass cls = env->FindClass(classPath);
     if (env->ExceptionCheck() || info == nullptr || object == nullptr) return;
     const jboolean isInstance = env->IsInstanceOf(object, cls);

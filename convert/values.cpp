@@ -123,8 +123,8 @@ void StoreSetValue(JNIEnv* env, jclass cls, jobject element, CK_ULONG value) {
 struct WrapperArrayCopy {
     const char* elementClass;
     const char* arrayClass;
-    bool arrayClassFirst;   // the order of the two lookups
-    bool checksElements;    // IsInstanceOf on each element, stopping at another class
+    bool arrayClassFirst;  // the order of the two lookups
+    bool checksElements;   // IsInstanceOf on each element, stopping at another class
     void (*store)(JNIEnv*, jclass, jobject, CK_ULONG);
 };
 
@@ -165,7 +165,7 @@ void CopyIntoWrappers(JNIEnv* env, const WrapperArrayCopy& how, const CK_ULONG* 
 
 void jLongArrayToCKULongArray(JNIEnv* env, jlongArray array, CK_ULONG_PTR* pointer, CK_ULONG* length) {
     JArrayThroughTemporary<jlongArray, jlong, CK_ULONG, &JNIEnv::GetLongArrayRegion, LongToULong>(env, array, pointer,
-                                                                                                   length);
+                                                                                                  length);
 }
 
 void jBooleanArrayToCKBBoolArray(JNIEnv* env, jbooleanArray array, CK_BBOOL** pointer, CK_ULONG* length) {
@@ -175,7 +175,7 @@ void jBooleanArrayToCKBBoolArray(JNIEnv* env, jbooleanArray array, CK_BBOOL** po
 
 void jCharArrayToCKCharArray(JNIEnv* env, jcharArray array, CK_CHAR_PTR* pointer, CK_ULONG* length) {
     JArrayThroughTemporary<jcharArray, jchar, CK_CHAR, &JNIEnv::GetCharArrayRegion, CharToChar>(env, array, pointer,
-                                                                                                 length);
+                                                                                                length);
 }
 
 void jObjectHandleArrayToCKObjectHandleArray(JNIEnv* env, jobjectArray array, CK_OBJECT_HANDLE_PTR* pointer,
@@ -292,8 +292,7 @@ jobjectArray ckObjHandleArrayToJObjHandleArray(JNIEnv* env, const CK_OBJECT_HAND
     return CKULongArrayToJWrappers<Wrapper::ObjectHandle, false>(env, pointer, count);
 }
 
-jobjectArray ckMechanismTypeArrayToJMechanismTypeArray(JNIEnv* env, const CK_MECHANISM_TYPE* pointer,
-                                                       CK_ULONG count) {
+jobjectArray ckMechanismTypeArrayToJMechanismTypeArray(JNIEnv* env, const CK_MECHANISM_TYPE* pointer, CK_ULONG count) {
     return CKULongArrayToJWrappers<Wrapper::MechanismType, true>(env, pointer, count);
 }
 
@@ -304,8 +303,7 @@ void CopyCKULongArrayToJObjectHandleArray(JNIEnv* env, const CK_ULONG* source, C
     CopyIntoWrappers(env, kHow, source, count, array);
 }
 
-void CopyCKULongArrayToJMechanismTypeArray(JNIEnv* env, const CK_ULONG* source, CK_ULONG count,
-                                           jobjectArray array) {
+void CopyCKULongArrayToJMechanismTypeArray(JNIEnv* env, const CK_ULONG* source, CK_ULONG count, jobjectArray array) {
     static constexpr WrapperArrayCopy kHow{jn::kMechanismType, jn::kMechanismTypeArray, false, true, StoreSetValue};
     CopyIntoWrappers(env, kHow, source, count, array);
 }

@@ -20,7 +20,7 @@ extern "C" {
 /* One row of a name table: a Cryptoki value and the text shown for it. */
 typedef struct StrMapEntry {
     CK_ULONG value;
-    const char *name;
+    const char* name;
 } StrMapEntry;
 
 /* The tables, constant for ever. A lookup takes the first row that matches,
@@ -47,33 +47,33 @@ extern const StrMapEntry KdfKDFTable[];
  * value without a row, "Vendor defined (0x...)" when bit 31 is set and
  * "UNKNOWN (0x...)" otherwise, formatted into one static 256-byte buffer that
  * all seven share and the next fall-back in any thread overwrites. */
-const char *strObjClass(CK_OBJECT_CLASS value);
-const char *strKeyType(CK_KEY_TYPE value);
-const char *strAttribute(CK_ATTRIBUTE_TYPE value);
-const char *strMechanism(CK_MECHANISM_TYPE value);
-const char *strSesState(CK_STATE value);
-const char *strError(CK_RV value);
+const char* strObjClass(CK_OBJECT_CLASS value);
+const char* strKeyType(CK_KEY_TYPE value);
+const char* strAttribute(CK_ATTRIBUTE_TYPE value);
+const char* strMechanism(CK_MECHANISM_TYPE value);
+const char* strSesState(CK_STATE value);
+const char* strError(CK_RV value);
 /* As above; the _SES_KDF codes carry a modifier in their low 16 bits, which
  * is ignored for them alone. */
-const char *strKDF(CK_ULONG value);
+const char* strKDF(CK_ULONG value);
 
 /* Text to value: an optional prefix ("CKO_", "CKK_", "CKA_", "CKM_", "CKR_",
  * "CKD_"; "CKM_" for session states too) is taken off once, then the rest is
  * compared byte for byte with the table's names. All ones if none is equal. */
-CK_OBJECT_CLASS valObjClass(const char *text);
-CK_KEY_TYPE valKeyType(const char *text);
-CK_ATTRIBUTE_TYPE valAttribute(const char *text);
-CK_MECHANISM_TYPE valMechanism(const char *text);
-CK_STATE valSesState(const char *text);
-CK_RV valError(const char *text);
-CK_ULONG valKDF(const char *text);
+CK_OBJECT_CLASS valObjClass(const char* text);
+CK_KEY_TYPE valKeyType(const char* text);
+CK_ATTRIBUTE_TYPE valAttribute(const char* text);
+CK_MECHANISM_TYPE valMechanism(const char* text);
+CK_STATE valSesState(const char* text);
+CK_RV valError(const char* text);
+CK_ULONG valKDF(const char* text);
 
 /* ---- attribute search and access (findattr, gsattr) -------------------------- */
 
 /* A list of attribute rows on the heap. Each non-null pValue is a block the
  * set owns; rows are in no particular order. */
 typedef struct AttributeSet {
-    CK_ATTRIBUTE *attributes;
+    CK_ATTRIBUTE* attributes;
     CK_ULONG count;
 } AttributeSet;
 
@@ -86,45 +86,45 @@ typedef struct AttributeSet {
 #endif
 
 /* The first row of the type, or null (also for a null array or count 0). */
-CK_ATTRIBUTE *FindAttribute(CK_ATTRIBUTE_TYPE type, CK_ATTRIBUTE *pAttributes, CK_ULONG count);
+CK_ATTRIBUTE* FindAttribute(CK_ATTRIBUTE_TYPE type, CK_ATTRIBUTE* pAttributes, CK_ULONG count);
 /* The same over a set; null for a null or empty set. */
-CK_ATTRIBUTE *FindAttr(CK_ATTRIBUTE_TYPE type, const AttributeSet *set);
+CK_ATTRIBUTE* FindAttr(CK_ATTRIBUTE_TYPE type, const AttributeSet* set);
 
 /* Reads one attribute of a token object into pValue (bufferLen bytes). The
  * length the token reports goes to *pValueLen if that is not null; with
  * bufferLen 0 nothing more happens. A value longer than bufferLen gives
  * CKR_ATTRIBUTE_TYPE_INVALID and leaves pValue unwritten. */
-CK_RV GetAttr(CK_SESSION_HANDLE hSession, CK_OBJECT_HANDLE hObject, CK_ATTRIBUTE_TYPE type,
-              CK_VOID_PTR pValue, CK_ULONG bufferLen, CK_ULONG_PTR pValueLen);
+CK_RV GetAttr(CK_SESSION_HANDLE hSession, CK_OBJECT_HANDLE hObject, CK_ATTRIBUTE_TYPE type, CK_VOID_PTR pValue,
+              CK_ULONG bufferLen, CK_ULONG_PTR pValueLen);
 /* Writes one attribute of a token object. */
-CK_RV SetAttr(CK_SESSION_HANDLE hSession, CK_OBJECT_HANDLE hObject, CK_ATTRIBUTE_TYPE type,
-              CK_VOID_PTR pValue, CK_ULONG valueLen);
+CK_RV SetAttr(CK_SESSION_HANDLE hSession, CK_OBJECT_HANDLE hObject, CK_ATTRIBUTE_TYPE type, CK_VOID_PTR pValue,
+              CK_ULONG valueLen);
 
 /* ---- attribute classification (attrtst) -------------------------------------- */
 /* Numbers are stored in host byte order, 1, 2, 4 or 8 bytes wide; the row's
  * ulValueLen is the only mark of the width. Truth values are 1 or 0. */
 
 /* The type holds a flag, and the row 1 to 8 bytes. */
-int isBooleanAttr(const CK_ATTRIBUTE *pAttr);
+int isBooleanAttr(const CK_ATTRIBUTE* pAttr);
 /* The type holds an enumeration (class, certificate, key, feature type), and
  * the row 1 to 8 bytes. */
-int isEnumeratedAttr(const CK_ATTRIBUTE *pAttr);
+int isEnumeratedAttr(const CK_ATTRIBUTE* pAttr);
 /* The type holds a number, whatever the width. */
 int isNumericAttrType(CK_ATTRIBUTE_TYPE type);
 /* The type holds a number and the row 1 to 8 bytes; a mechanism list instead
  * any non-zero multiple of 8. */
-int isNumericAttr(const CK_ATTRIBUTE *pAttr);
+int isNumericAttr(const CK_ATTRIBUTE* pAttr);
 /* Whether the row, of an object that set describes, holds a secret. */
-int isSensitiveAttr(const AttributeSet *set, const CK_ATTRIBUTE *pAttr);
+int isSensitiveAttr(const AttributeSet* set, const CK_ATTRIBUTE* pAttr);
 /* The value as an unsigned number; all ones for no row, no value or a width
  * other than 1, 2, 4 or 8. */
-CK_ULONG numAttr(const CK_ATTRIBUTE *pAttr);
+CK_ULONG numAttr(const CK_ATTRIBUTE* pAttr);
 /* The same as a signed 32-bit number; 4 and 8 bytes both give the first four
  * bytes of the value. -1 when unreadable. */
-int intAttr(const CK_ATTRIBUTE *pAttr);
+int intAttr(const CK_ATTRIBUTE* pAttr);
 /* numAttr and intAttr of the row that FindAttribute finds; -1 for no row. */
-CK_ULONG numAttrLookup(CK_ATTRIBUTE_TYPE type, CK_ATTRIBUTE *pAttributes, CK_ULONG count);
-int intAttrLookup(CK_ATTRIBUTE_TYPE type, CK_ATTRIBUTE *pAttributes, CK_ULONG count);
+CK_ULONG numAttrLookup(CK_ATTRIBUTE_TYPE type, CK_ATTRIBUTE* pAttributes, CK_ULONG count);
+int intAttrLookup(CK_ATTRIBUTE_TYPE type, CK_ATTRIBUTE* pAttributes, CK_ULONG count);
 
 #ifdef __cplusplus
 }

@@ -50,47 +50,44 @@ extern "C" {
 // CK_RV CTU_GetAttributeTypeString(CK_ATTRIBUTE_TYPE type, byte[] buffer, LongRef length):
 // strAttribute of type's value into buffer, its length into length.
 JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1GetAttributeTypeString(JNIEnv* env, jclass, jobject type,
-                                                                                jbyteArray buffer, jobject length) {
+                                                                                 jbyteArray buffer, jobject length) {
     return StringNative<jAttributeTypeToCKAttributeType, strAttribute>(env, type, buffer, length);
 }
 
 // CK_RV CTU_GetErrorString(CK_RV rv, byte[] buffer, LongRef length): strError.
 JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1GetErrorString(JNIEnv* env, jclass, jobject rv,
-                                                                        jbyteArray buffer, jobject length) {
+                                                                         jbyteArray buffer, jobject length) {
     return StringNative<jRVToCKRV, strError>(env, rv, buffer, length);
 }
 
 // CK_RV CTU_GetKeyTypeString(CK_KEY_TYPE keyType, byte[] buffer, LongRef length): strKeyType.
 JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1GetKeyTypeString(JNIEnv* env, jclass, jobject keyType,
-                                                                          jbyteArray buffer, jobject length) {
+                                                                           jbyteArray buffer, jobject length) {
     return StringNative<jKeyTypeToCKKeyType, strKeyType>(env, keyType, buffer, length);
 }
 
 // CK_RV CTU_GetMechanismTypeString(CK_MECHANISM_TYPE mechanism, byte[] buffer, LongRef length):
 // strMechanism.
-JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1GetMechanismTypeString(JNIEnv* env, jclass,
-                                                                                jobject mechanism, jbyteArray buffer,
-                                                                                jobject length) {
+JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1GetMechanismTypeString(JNIEnv* env, jclass, jobject mechanism,
+                                                                                 jbyteArray buffer, jobject length) {
     return StringNative<jMechanismTypeToCKMechanismType, strMechanism>(env, mechanism, buffer, length);
 }
 
 // CK_RV CTU_GetObjectClassString(CK_OBJECT_CLASS objectClass, byte[] buffer, LongRef length):
 // strObjClass.
-JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1GetObjectClassString(JNIEnv* env, jclass,
-                                                                              jobject objectClass, jbyteArray buffer,
-                                                                              jobject length) {
+JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1GetObjectClassString(JNIEnv* env, jclass, jobject objectClass,
+                                                                               jbyteArray buffer, jobject length) {
     return StringNative<jObjectClassToCKObjectClass, strObjClass>(env, objectClass, buffer, length);
 }
 
 // CK_RV CTU_GetSessionStateString(CK_STATE state, byte[] buffer, LongRef length): strSesState.
 JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1GetSessionStateString(JNIEnv* env, jclass, jobject state,
-                                                                               jbyteArray buffer, jobject length) {
+                                                                                jbyteArray buffer, jobject length) {
     return StringNative<jStateToCKState, strSesState>(env, state, buffer, length);
 }
 
 // CK_ATTRIBUTE_TYPE CTU_GetAttributeTypeValue(byte[] name): valAttribute of the name's bytes.
-JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1GetAttributeTypeValue(JNIEnv* env, jclass,
-                                                                               jbyteArray name) {
+JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1GetAttributeTypeValue(JNIEnv* env, jclass, jbyteArray name) {
     return ValueNative<valAttribute, ckAttributeTypeToJAttributeType>(env, name);
 }
 
@@ -105,8 +102,7 @@ JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1GetKeyTypeValue(JNIEnv
 }
 
 // CK_MECHANISM_TYPE CTU_GetMechanismTypeValue(byte[] name): valMechanism.
-JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1GetMechanismTypeValue(JNIEnv* env, jclass,
-                                                                               jbyteArray name) {
+JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1GetMechanismTypeValue(JNIEnv* env, jclass, jbyteArray name) {
     return ValueNative<valMechanism, ckMechanismTypeToJMechanismType>(env, name);
 }
 
@@ -117,8 +113,7 @@ JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1GetObjectClassValue(JN
 
 // CK_STATE CTU_GetSessionStateValue(byte[] name): valSesState, whose optional
 // prefix is "CKM_".
-JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1GetSessionStateValue(JNIEnv* env, jclass,
-                                                                              jbyteArray name) {
+JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1GetSessionStateValue(JNIEnv* env, jclass, jbyteArray name) {
     return ValueNative<valSesState, ckStateToJState>(env, name);
 }
 

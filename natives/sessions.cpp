@@ -73,7 +73,7 @@ JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_C_1GetSessionInfo(JNIEnv*
 JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_C_1GetOperationState(JNIEnv* env, jclass, jobject session,
                                                                             jbyteArray state, jobject length) {
     return TwoPhaseFrame<C_GetOperationState, CopyCKByteArrayToJByteArray, CK_BYTE, true>(env, state, length,
-                                                                                           Session{session});
+                                                                                          Session{session});
 }
 
 // CK_RV C_SetOperationState(CK_SESSION_HANDLE hSession, byte[] pOperationState,
@@ -92,10 +92,9 @@ JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_C_1SetOperationState(JNIE
 // CK_RV C_Login(CK_SESSION_HANDLE hSession, CK_USER_TYPE userType, byte[] pPin,
 // long ulPinLen): input frame. A null PIN with a length of 0 is the
 // protected-path login and reaches the token library.
-JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_C_1Login(JNIEnv* env, jclass, jobject session,
-                                                                jobject userType, jbyteArray pin, jlong pinLen) {
-    return CallFrame<C_Login>(env, ArrayCountOk(pin, pinLen), Session{session}, UserType{userType}, Bytes{pin},
-                              pinLen);
+JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_C_1Login(JNIEnv* env, jclass, jobject session, jobject userType,
+                                                                jbyteArray pin, jlong pinLen) {
+    return CallFrame<C_Login>(env, ArrayCountOk(pin, pinLen), Session{session}, UserType{userType}, Bytes{pin}, pinLen);
 }
 
 // CK_RV C_Logout(CK_SESSION_HANDLE hSession): session frame.

@@ -37,12 +37,11 @@ extern "C" {
 JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_C_1GetSlotList(JNIEnv* env, jclass, jboolean tokenPresent,
                                                                       jlongArray slots, jobject count) {
     return TwoPhaseFrame<C_GetSlotList, CopyCKULongArrayToJLongArray, CK_ULONG, false>(env, slots, count,
-                                                                                         Bool{tokenPresent});
+                                                                                       Bool{tokenPresent});
 }
 
 // CK_RV C_GetSlotInfo(long slotID, CK_SLOT_INFO pInfo): query frame.
-JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_C_1GetSlotInfo(JNIEnv* env, jclass, jlong slotID,
-                                                                      jobject info) {
+JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_C_1GetSlotInfo(JNIEnv* env, jclass, jlong slotID, jobject info) {
     return QueryFrame<C_GetSlotInfo, CopyCKSlotInfoToJSlotInfo>(env, info, slotID);
 }
 
@@ -75,8 +74,8 @@ JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_C_1WaitForSlotEvent(JNIEn
 // whose values are replaced through setValue; surplus types are dropped.
 JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_C_1GetMechanismList(JNIEnv* env, jclass, jlong slotID,
                                                                            jobjectArray types, jobject count) {
-    return TwoPhaseFrame<C_GetMechanismList, CopyCKULongArrayToJMechanismTypeArray, CK_ULONG, false>(env, types,
-                                                                                                       count, slotID);
+    return TwoPhaseFrame<C_GetMechanismList, CopyCKULongArrayToJMechanismTypeArray, CK_ULONG, false>(env, types, count,
+                                                                                                     slotID);
 }
 
 // CK_RV C_GetMechanismInfo(long slotID, CK_MECHANISM_TYPE type,

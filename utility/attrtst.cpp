@@ -114,26 +114,26 @@ bool ScalarWidth(CK_ULONG length) { return length >= 1 && length <= 8; }
 // Zero-extended read of a width that the caller has checked.
 CK_ULONG Read(const void* value, CK_ULONG width) {
     switch (width) {
-    case 1: {
-        CK_BYTE v;
-        memcpy(&v, value, 1);
-        return v;
-    }
-    case 2: {
-        unsigned short v;
-        memcpy(&v, value, 2);
-        return v;
-    }
-    case 4: {
-        unsigned int v;
-        memcpy(&v, value, 4);
-        return v;
-    }
-    default: {
-        CK_ULONG v;
-        memcpy(&v, value, 8);
-        return v;
-    }
+        case 1: {
+            CK_BYTE v;
+            memcpy(&v, value, 1);
+            return v;
+        }
+        case 2: {
+            unsigned short v;
+            memcpy(&v, value, 2);
+            return v;
+        }
+        case 4: {
+            unsigned int v;
+            memcpy(&v, value, 4);
+            return v;
+        }
+        default: {
+            CK_ULONG v;
+            memcpy(&v, value, 8);
+            return v;
+        }
     }
 }
 
@@ -174,18 +174,16 @@ int isSensitiveAttr(const AttributeSet* set, const CK_ATTRIBUTE* pAttr) {
     if (classRow == nullptr) return 0;
     const CK_ATTRIBUTE_TYPE type = pAttr->type;
     switch (numAttr(classRow)) {
-    case CKO_PRIVATE_KEY:
-        return type == CKA_VALUE || (type >= CKA_PRIVATE_EXPONENT && type <= CKA_COEFFICIENT);
-    case CKO_HW_FEATURE:
-        return 0;
-    default:
-        return type == CKA_VALUE;
+        case CKO_PRIVATE_KEY:
+            return type == CKA_VALUE || (type >= CKA_PRIVATE_EXPONENT && type <= CKA_COEFFICIENT);
+        case CKO_HW_FEATURE:
+            return 0;
+        default:
+            return type == CKA_VALUE;
     }
 }
 
-CK_ULONG numAttr(const CK_ATTRIBUTE* pAttr) {
-    return Readable(pAttr) ? Read(pAttr->pValue, pAttr->ulValueLen) : ~0UL;
-}
+CK_ULONG numAttr(const CK_ATTRIBUTE* pAttr) { return Readable(pAttr) ? Read(pAttr->pValue, pAttr->ulValueLen) : ~0UL; }
 
 // A CK_ULONG keeps its low half in its first four bytes on this host, so 8
 // bytes read as 4: the high half is dropped without a mark.

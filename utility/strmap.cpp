@@ -818,15 +818,15 @@ CK_ULONG ValueOf(const StrMapEntry* table, CK_ULONG rows, const char* prefix, co
 // bits are a modifier that does not change the name.
 bool IsSessionKdf(CK_ULONG masked) {
     switch (masked) {
-    case 0x82000000UL:
-    case 0x83000000UL:
-    case 0x84000000UL:
-    case 0x85000000UL:
-    case 0x86000000UL:
-    case 0x87000000UL:
-        return true;
-    default:
-        return false;
+        case 0x82000000UL:
+        case 0x83000000UL:
+        case 0x84000000UL:
+        case 0x85000000UL:
+        case 0x86000000UL:
+        case 0x87000000UL:
+            return true;
+        default:
+            return false;
     }
 }
 
@@ -848,12 +848,8 @@ const char* strKDF(CK_ULONG value) {
 
 CK_OBJECT_CLASS valObjClass(const char* text) { return ValueOf(ObjClassTable, OBJ_CLASS_TABLE_ROWS, "CKO_", text); }
 CK_KEY_TYPE valKeyType(const char* text) { return ValueOf(KeyTypeTable, KEY_TYPE_TABLE_ROWS, "CKK_", text); }
-CK_ATTRIBUTE_TYPE valAttribute(const char* text) {
-    return ValueOf(AttributeTable, ATTRIBUTE_TABLE_ROWS, "CKA_", text);
-}
-CK_MECHANISM_TYPE valMechanism(const char* text) {
-    return ValueOf(MechanismTable, MECHANISM_TABLE_ROWS, "CKM_", text);
-}
+CK_ATTRIBUTE_TYPE valAttribute(const char* text) { return ValueOf(AttributeTable, ATTRIBUTE_TABLE_ROWS, "CKA_", text); }
+CK_MECHANISM_TYPE valMechanism(const char* text) { return ValueOf(MechanismTable, MECHANISM_TABLE_ROWS, "CKM_", text); }
 // Session states borrow the mechanism prefix: "CKM_Read Only User Functions"
 // is 1, while "CKS_RO_USER_FUNCTIONS" names nothing. Callers rely on it.
 CK_STATE valSesState(const char* text) { return ValueOf(SesStateTable, SES_STATE_TABLE_ROWS, "CKM_", text); }

@@ -17,16 +17,16 @@
 // One field of a fixed-shape Cryptoki structure as its Java class shows it.
 struct InfoField {
     enum Kind { Bytes, Version, Long };
-    const char* name;    // Java field
-    Kind kind;           // "[B" of length bytes, CK_VERSION, or "J"
-    size_t offset;       // in the Cryptoki structure
-    size_t length;       // bytes, for Bytes
+    const char* name;  // Java field
+    Kind kind;         // "[B" of length bytes, CK_VERSION, or "J"
+    size_t offset;     // in the Cryptoki structure
+    size_t length;     // bytes, for Bytes
 };
 
 // The shared shape of the info copies: FindClass, IsInstanceOf, then each
 // field in table order into a new byte[] or CK_VERSION, or with SetLongField.
-void CopyCKInfoFields(JNIEnv* env, const char* classPath, const void* info, jobject object,
-                      const InfoField* fields, size_t count);
+void CopyCKInfoFields(JNIEnv* env, const char* classPath, const void* info, jobject object, const InfoField* fields,
+                      size_t count);
 
 void CopyCKInfoToJInfo(JNIEnv* env, const CK_INFO* info, jobject object);
 

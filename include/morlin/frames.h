@@ -34,13 +34,27 @@ namespace frame {
 // A frame argument is either a plain value handed on as it came (jlong,
 // CK_BBOOL, raw pointers such as an output structure), or one of these tags,
 // which the frame converts and, where memory is handed out, frees.
-struct Session { jobject obj; };     // CK_SESSION_HANDLE wrapper
-struct Object { jobject obj; };      // CK_OBJECT_HANDLE wrapper
-struct UserType { jobject obj; };    // CK_USER_TYPE wrapper
-struct MechType { jobject obj; };    // CK_MECHANISM_TYPE wrapper
-struct Bytes { jbyteArray arr; };    // private copy; the Java count travels separately
-struct Bool { jboolean value; };     // 1 only if the low byte is exactly 1
-struct Mechanism { jobject obj; };   // CK_MECHANISM, released by the frame
+struct Session {
+    jobject obj;
+};  // CK_SESSION_HANDLE wrapper
+struct Object {
+    jobject obj;
+};  // CK_OBJECT_HANDLE wrapper
+struct UserType {
+    jobject obj;
+};  // CK_USER_TYPE wrapper
+struct MechType {
+    jobject obj;
+};  // CK_MECHANISM_TYPE wrapper
+struct Bytes {
+    jbyteArray arr;
+};  // private copy; the Java count travels separately
+struct Bool {
+    jboolean value;
+};  // 1 only if the low byte is exactly 1
+struct Mechanism {
+    jobject obj;
+};  // CK_MECHANISM, released by the frame
 
 // "Count greater than 0 with a null array" is the one array check: a null
 // array with a count of 0 or below passes, the count unchanged.
@@ -72,7 +86,9 @@ public:
     CK_ULONG convert(jlong v) { return static_cast<CK_ULONG>(v); }
     CK_BBOOL convert(Bool b) { return (b.value & 0xFF) == 1 ? CK_TRUE : CK_FALSE; }
     template <typename P>
-    P* convert(P* p) { return p; }
+    P* convert(P* p) {
+        return p;
+    }
     CK_SESSION_HANDLE convert(Session s) { return jSessionHandleToCKSessionHandle(env_, s.obj); }
     CK_OBJECT_HANDLE convert(Object o) { return jObjectHandleToCKObjectHandle(env_, o.obj); }
     CK_USER_TYPE convert(UserType u) { return jUserTypeToCKUserType(env_, u.obj); }
@@ -129,7 +145,13 @@ bool ConvertThen(S& scope, Then&& then, In... in) {
 // token library was called.
 template <auto Fn, typename S, typename... In>
 bool Call(S& scope, CK_RV& rv, In... in) {
-    return ConvertThen(scope, [&rv](auto... ck) { rv = Fn(ck...); return true; }, in...);
+    return ConvertThen(
+        scope,
+        [&rv](auto... ck) {
+            rv = Fn(ck...);
+            return true;
+        },
+        in...);
 }
 
 // ---- session, two-handle and input frames --------------------------------------

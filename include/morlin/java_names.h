@@ -60,18 +60,22 @@ struct MutexCallback {
     const char* method;
     const char* methodSig;
 };
-inline constexpr MutexCallback kCreateMutex{
-    {"createMutex", "Lkaltrix/morlin/CK_C_INITIALIZE_ARGS$CK_CREATEMUTEX;"},
-    "kaltrix/morlin/CK_C_INITIALIZE_ARGS$CK_CREATEMUTEX", "CreateMutex", "()Ljava/lang/Object;"};
-inline constexpr MutexCallback kDestroyMutex{
-    {"destroyMutex", "Lkaltrix/morlin/CK_C_INITIALIZE_ARGS$CK_DESTROYMUTEX;"},
-    "kaltrix/morlin/CK_C_INITIALIZE_ARGS$CK_DESTROYMUTEX", "DestroyMutex", "(Ljava/lang/Object;)J"};
-inline constexpr MutexCallback kLockMutex{
-    {"lockMutex", "Lkaltrix/morlin/CK_C_INITIALIZE_ARGS$CK_LOCKMUTEX;"},
-    "kaltrix/morlin/CK_C_INITIALIZE_ARGS$CK_LOCKMUTEX", "LockMutex", "(Ljava/lang/Object;)J"};
-inline constexpr MutexCallback kUnlockMutex{
-    {"unlockMutex", "Lkaltrix/morlin/CK_C_INITIALIZE_ARGS$CK_UNLOCKMUTEX;"},
-    "kaltrix/morlin/CK_C_INITIALIZE_ARGS$CK_UNLOCKMUTEX", "UnlockMutex", "(Ljava/lang/Object;)J"};
+inline constexpr MutexCallback kCreateMutex{{"createMutex", "Lkaltrix/morlin/CK_C_INITIALIZE_ARGS$CK_CREATEMUTEX;"},
+                                            "kaltrix/morlin/CK_C_INITIALIZE_ARGS$CK_CREATEMUTEX",
+                                            "CreateMutex",
+                                            "()Ljava/lang/Object;"};
+inline constexpr MutexCallback kDestroyMutex{{"destroyMutex", "Lkaltrix/morlin/CK_C_INITIALIZE_ARGS$CK_DESTROYMUTEX;"},
+                                             "kaltrix/morlin/CK_C_INITIALIZE_ARGS$CK_DESTROYMUTEX",
+                                             "DestroyMutex",
+                                             "(Ljava/lang/Object;)J"};
+inline constexpr MutexCallback kLockMutex{{"lockMutex", "Lkaltrix/morlin/CK_C_INITIALIZE_ARGS$CK_LOCKMUTEX;"},
+                                          "kaltrix/morlin/CK_C_INITIALIZE_ARGS$CK_LOCKMUTEX",
+                                          "LockMutex",
+                                          "(Ljava/lang/Object;)J"};
+inline constexpr MutexCallback kUnlockMutex{{"unlockMutex", "Lkaltrix/morlin/CK_C_INITIALIZE_ARGS$CK_UNLOCKMUTEX;"},
+                                            "kaltrix/morlin/CK_C_INITIALIZE_ARGS$CK_UNLOCKMUTEX",
+                                            "UnlockMutex",
+                                            "(Ljava/lang/Object;)J"};
 
 // ---- plain values --------------------------------------------------------------
 

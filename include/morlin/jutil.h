@@ -31,8 +31,7 @@ void SetLongField(JNIEnv* env, jclass cls, jobject obj, const char* name, jlong 
 // The byte[] held by the field; null on failure.
 jbyteArray GetByteArrayField(JNIEnv* env, jclass cls, jobject obj, const char* name);
 // The object held by a field of the caller's signature; null on failure.
-jobject GetObjectArrayField(JNIEnv* env, jclass cls, jobject obj, const char* name,
-                            const char* signature);
+jobject GetObjectArrayField(JNIEnv* env, jclass cls, jobject obj, const char* name, const char* signature);
 
 // Run-time class name of obj in the dotted form of Class.getName, from strdup
 // (the caller frees it), or null with the exception pending.

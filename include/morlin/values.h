@@ -85,16 +85,14 @@ jlongArray ckULongArrayToJLongArray(JNIEnv* env, const CK_ULONG* pointer, CK_ULO
 jobject ckULongPtrToJLongObject(JNIEnv* env, const CK_ULONG* pointer);
 // A count of 0 gives an empty array here, and null for mechanism types.
 jobjectArray ckObjHandleArrayToJObjHandleArray(JNIEnv* env, const CK_OBJECT_HANDLE* pointer, CK_ULONG count);
-jobjectArray ckMechanismTypeArrayToJMechanismTypeArray(JNIEnv* env, const CK_MECHANISM_TYPE* pointer,
-                                                       CK_ULONG count);
+jobjectArray ckMechanismTypeArrayToJMechanismTypeArray(JNIEnv* env, const CK_MECHANISM_TYPE* pointer, CK_ULONG count);
 
 // ---- in-place copies ---------------------------------------------------------------
 // Into the wrappers that the caller put in the array (none is created), at
 // most as many as the array holds. The handle copy stores m_value and stops
 // at an element of another class; the mechanism-type copies call setValue.
 void CopyCKULongArrayToJObjectHandleArray(JNIEnv* env, const CK_ULONG* source, CK_ULONG count, jobjectArray array);
-void CopyCKULongArrayToJMechanismTypeArray(JNIEnv* env, const CK_ULONG* source, CK_ULONG count,
-                                           jobjectArray array);
+void CopyCKULongArrayToJMechanismTypeArray(JNIEnv* env, const CK_ULONG* source, CK_ULONG count, jobjectArray array);
 // As above without the class test of each element.
 void CopyCKMechanismTypeArrayToJMechanismTypeArray(JNIEnv* env, const CK_MECHANISM_TYPE* source, CK_ULONG count,
                                                    jobjectArray array);

@@ -37,23 +37,22 @@ jobject ckULongToJWrapper(JNIEnv* env, Wrapper kind, CK_ULONG value);
 const char* WrapperClassPath(Wrapper kind);
 
 // The named conversions, each one row of the table.
-#define MORLIN_WRAPPER_PAIRS(X)                                                                    \
-    X(SessionHandle, CK_SESSION_HANDLE, jSessionHandleToCKSessionHandle, ckSessionHandleToJSessionHandle) \
-    X(ObjectHandle, CK_OBJECT_HANDLE, jObjectHandleToCKObjectHandle, ckObjectHandleToJObjectHandle)       \
-    X(AttributeType, CK_ATTRIBUTE_TYPE, jAttributeTypeToCKAttributeType, ckAttributeTypeToJAttributeType) \
-    X(CertificateType, CK_CERTIFICATE_TYPE, jCertificateTypeToCKCertificateType,                          \
-      ckCertificateTypeToJCertificateType)                                                                \
-    X(HWFeatureType, CK_HW_FEATURE_TYPE, jHWFeatureTypeToCKHWFeatureType, ckHWFeatureTypeToJHWFeatureType) \
-    X(KeyType, CK_KEY_TYPE, jKeyTypeToCKKeyType, ckKeyTypeToJKeyType)                                     \
-    X(MechanismType, CK_MECHANISM_TYPE, jMechanismTypeToCKMechanismType, ckMechanismTypeToJMechanismType) \
-    X(ObjectClass, CK_OBJECT_CLASS, jObjectClassToCKObjectClass, ckObjectClassToJObjectClass)             \
-    X(RsaPkcsOaepSourceType, CK_RSA_PKCS_OAEP_SOURCE_TYPE, jRsaPkcsOaepSourceTypeToCKRsaPkcsOaepSourceType, \
-      ckRsaPkcsOaepSourceTypeToJRsaPkcsOaepSourceType)                                                    \
-    X(RV, CK_RV, jRVToCKRV, ckRVToJRV)                                                                    \
-    X(State, CK_STATE, jStateToCKState, ckStateToJState)                                                  \
+#define MORLIN_WRAPPER_PAIRS(X)                                                                                       \
+    X(SessionHandle, CK_SESSION_HANDLE, jSessionHandleToCKSessionHandle, ckSessionHandleToJSessionHandle)             \
+    X(ObjectHandle, CK_OBJECT_HANDLE, jObjectHandleToCKObjectHandle, ckObjectHandleToJObjectHandle)                   \
+    X(AttributeType, CK_ATTRIBUTE_TYPE, jAttributeTypeToCKAttributeType, ckAttributeTypeToJAttributeType)             \
+    X(CertificateType, CK_CERTIFICATE_TYPE, jCertificateTypeToCKCertificateType, ckCertificateTypeToJCertificateType) \
+    X(HWFeatureType, CK_HW_FEATURE_TYPE, jHWFeatureTypeToCKHWFeatureType, ckHWFeatureTypeToJHWFeatureType)            \
+    X(KeyType, CK_KEY_TYPE, jKeyTypeToCKKeyType, ckKeyTypeToJKeyType)                                                 \
+    X(MechanismType, CK_MECHANISM_TYPE, jMechanismTypeToCKMechanismType, ckMechanismTypeToJMechanismType)             \
+    X(ObjectClass, CK_OBJECT_CLASS, jObjectClassToCKObjectClass, ckObjectClassToJObjectClass)                         \
+    X(RsaPkcsOaepSourceType, CK_RSA_PKCS_OAEP_SOURCE_TYPE, jRsaPkcsOaepSourceTypeToCKRsaPkcsOaepSourceType,           \
+      ckRsaPkcsOaepSourceTypeToJRsaPkcsOaepSourceType)                                                                \
+    X(RV, CK_RV, jRVToCKRV, ckRVToJRV)                                                                                \
+    X(State, CK_STATE, jStateToCKState, ckStateToJState)                                                              \
     X(UserType, CK_USER_TYPE, jUserTypeToCKUserType, ckUserTypeToJUserType)
 
-#define MORLIN_DECLARE_WRAPPER_PAIR_(kind, type, toCK, toJ)                                        \
+#define MORLIN_DECLARE_WRAPPER_PAIR_(kind, type, toCK, toJ)                                                 \
     inline type toCK(JNIEnv* env, jobject object) { return jWrapperToCKULong(env, Wrapper::kind, object); } \
     inline jobject toJ(JNIEnv* env, type value) { return ckULongToJWrapper(env, Wrapper::kind, value); }
 MORLIN_WRAPPER_PAIRS(MORLIN_DECLARE_WRAPPER_PAIR_)

@@ -26,8 +26,7 @@
 #include <string_view>
 
 /* AddressSanitizer's query, resolved at load time when the runtime is there. */
-extern "C" __attribute__((weak, visibility("default"))) void* __asan_region_is_poisoned(void* begin,
-                                                                                         std::size_t size);
+extern "C" __attribute__((weak, visibility("default"))) void* __asan_region_is_poisoned(void* begin, std::size_t size);
 
 namespace fake {
 namespace {
@@ -73,9 +72,9 @@ enum class Kind { Scalar, Bytes, Ulongs, Template, Mechanism, Opaque, Struct, St
 
 struct Arg {
     Kind kind;
-    CK_ULONG value = 0;   // Scalar
-    void* ptr = nullptr;  // every pointer kind
-    std::size_t size = 0; // Struct
+    CK_ULONG value = 0;    // Scalar
+    void* ptr = nullptr;   // every pointer kind
+    std::size_t size = 0;  // Struct
 };
 
 Arg describe(CK_ULONG v) { return {Kind::Scalar, v}; }
@@ -139,84 +138,87 @@ Outputs record(Call& call, const Arg* args, std::size_t n) {
             call.pointers.push_back(reinterpret_cast<std::uintptr_t>(a.ptr));
         }
         switch (a.kind) {
-        case Kind::Scalar:
-            call.scalars.push_back(a.value);
-            if (pending == PendingList) out.listMax = a.value;
-            break;
-        case Kind::Bytes: {
-            auto* p = static_cast<CK_BYTE_PTR>(a.ptr);
-            if (next != nullptr && next->kind == Kind::Scalar) {
-                call.inputs.push_back(copyBytes(p, next->value));
-                if (shape == Shape::Fill) {
-                    out.hasFill = true;
-                    out.fill = p;
-                    out.fillLen = next->value;
+            case Kind::Scalar:
+                call.scalars.push_back(a.value);
+                if (pending == PendingList) out.listMax = a.value;
+                break;
+            case Kind::Bytes: {
+                auto* p = static_cast<CK_BYTE_PTR>(a.ptr);
+                if (next != nullptr && next->kind == Kind::Scalar) {
+                    call.inputs.push_back(copyBytes(p, next->value));
+                    if (shape == Shape::Fill) {
+                        out.hasFill = true;
+                        out.fill = p;
+                        out.fillLen = next->value;
+                    }
+                } else if (next != nullptr && next->kind == Kind::Ulongs) {
+                    out.hasBytes = true;
+                    out.bytes = p;
+                    pending = PendingBytes;
+                } else {
+                    call.inputs.push_back(copyBytes(p, kLabelLength));
                 }
-            } else if (next != nullptr && next->kind == Kind::Ulongs) {
-                out.hasBytes = true;
-                out.bytes = p;
-                pending = PendingBytes;
-            } else {
-                call.inputs.push_back(copyBytes(p, kLabelLength));
-            }
-            break;
-        }
-        case Kind::Ulongs: {
-            auto* p = static_cast<CK_ULONG_PTR>(a.ptr);
-            if (shape == Shape::List && !out.hasList) {
-                out.hasList = true;
-                out.list = p;
-                pending = PendingList;
                 break;
             }
-            call.lengthsIn.push_back(p != nullptr ? std::optional<CK_ULONG>(*p) : std::nullopt);
-            if (pending == PendingBytes) out.bytesLen = p;
-            else if (pending == PendingList) out.listLen = p;
-            else out.values.push_back(p);
-            pending = None;
-            break;
-        }
-        case Kind::Template: {
-            auto* p = static_cast<CK_ATTRIBUTE_PTR>(a.ptr);
-            if (p == nullptr) {
-                call.templates.emplace_back();
+            case Kind::Ulongs: {
+                auto* p = static_cast<CK_ULONG_PTR>(a.ptr);
+                if (shape == Shape::List && !out.hasList) {
+                    out.hasList = true;
+                    out.list = p;
+                    pending = PendingList;
+                    break;
+                }
+                call.lengthsIn.push_back(p != nullptr ? std::optional<CK_ULONG>(*p) : std::nullopt);
+                if (pending == PendingBytes)
+                    out.bytesLen = p;
+                else if (pending == PendingList)
+                    out.listLen = p;
+                else
+                    out.values.push_back(p);
+                pending = None;
                 break;
             }
-            const std::size_t count = elements(p, next != nullptr ? next->value : 0);
-            Template copy;
-            for (std::size_t k = 0; k < count; ++k)
-                copy.push_back({p[k].type, p[k].pValue == nullptr, p[k].ulValueLen,
-                                copyValue(p[k].pValue, p[k].ulValueLen)});
-            call.templates.push_back(std::move(copy));
-            if (out.attrs == nullptr) {
-                out.attrs = p;
-                out.attrCount = count;
+            case Kind::Template: {
+                auto* p = static_cast<CK_ATTRIBUTE_PTR>(a.ptr);
+                if (p == nullptr) {
+                    call.templates.emplace_back();
+                    break;
+                }
+                const std::size_t count = elements(p, next != nullptr ? next->value : 0);
+                Template copy;
+                for (std::size_t k = 0; k < count; ++k)
+                    copy.push_back(
+                        {p[k].type, p[k].pValue == nullptr, p[k].ulValueLen, copyValue(p[k].pValue, p[k].ulValueLen)});
+                call.templates.push_back(std::move(copy));
+                if (out.attrs == nullptr) {
+                    out.attrs = p;
+                    out.attrCount = count;
+                }
+                break;
             }
-            break;
-        }
-        case Kind::Mechanism:
-            if (auto* m = static_cast<CK_MECHANISM_PTR>(a.ptr))
-                call.mechanism = Mechanism{m->mechanism, m->pParameter == nullptr, m->ulParameterLen,
-                                           copyValue(m->pParameter, m->ulParameterLen)};
-            break;
-        case Kind::Opaque:
-            if (call.name == "C_Initialize" && a.ptr != nullptr) {
-                CK_C_INITIALIZE_ARGS copy{};
-                std::memcpy(&copy, a.ptr, room(a.ptr, sizeof copy));
-                call.initArgs = copy;
-            }
-            if (call.name == "C_GetFunctionList") {
-                out.isFunctionList = true;
-                out.functionList = static_cast<CK_FUNCTION_LIST_PTR_PTR>(a.ptr);
-            }
-            break;
-        case Kind::Struct:
-            out.fixed = a.ptr;
-            out.fixedSize = a.size;
-            break;
-        case Kind::Status:
-            out.status = static_cast<unsigned int*>(a.ptr);
-            break;
+            case Kind::Mechanism:
+                if (auto* m = static_cast<CK_MECHANISM_PTR>(a.ptr))
+                    call.mechanism = Mechanism{m->mechanism, m->pParameter == nullptr, m->ulParameterLen,
+                                               copyValue(m->pParameter, m->ulParameterLen)};
+                break;
+            case Kind::Opaque:
+                if (call.name == "C_Initialize" && a.ptr != nullptr) {
+                    CK_C_INITIALIZE_ARGS copy{};
+                    std::memcpy(&copy, a.ptr, room(a.ptr, sizeof copy));
+                    call.initArgs = copy;
+                }
+                if (call.name == "C_GetFunctionList") {
+                    out.isFunctionList = true;
+                    out.functionList = static_cast<CK_FUNCTION_LIST_PTR_PTR>(a.ptr);
+                }
+                break;
+            case Kind::Struct:
+                out.fixed = a.ptr;
+                out.fixedSize = a.size;
+                break;
+            case Kind::Status:
+                out.status = static_cast<unsigned int*>(a.ptr);
+                break;
         }
     }
     return out;
@@ -314,8 +316,10 @@ CK_RV answer(const Reply& r, const Outputs& out) {
     if (out.status != nullptr && r.fmStatus) *out.status = *r.fmStatus;
     if (out.attrs != nullptr && !r.attributes.empty()) fail(answerAttributes(r, out.attrs, out.attrCount));
     if (out.isFunctionList) {
-        if (out.functionList == nullptr) fail(CKR_ARGUMENTS_BAD);
-        else *out.functionList = &functionList();
+        if (out.functionList == nullptr)
+            fail(CKR_ARGUMENTS_BAD);
+        else
+            *out.functionList = &functionList();
     }
     return r.rv ? *r.rv : rv;
 }

@@ -88,9 +88,8 @@ TEST_F(Fake, RecordsDeepCopiesOfTemplatesMechanismsAndInputs) {
     label[0] = 'a', label[1] = 'b', label[2] = 'c';
     auto* iv = static_cast<CK_BYTE*>(std::malloc(4));
     for (int i = 0; i < 4; ++i) iv[i] = static_cast<CK_BYTE>(0xA0 + i);
-    CK_ATTRIBUTE tmpl[3] = {{CKA_LABEL, label, 3},
-                            {CKA_VALUE, nullptr, 16},
-                            {CKA_CLASS, label, CK_UNAVAILABLE_INFORMATION}};
+    CK_ATTRIBUTE tmpl[3] = {
+        {CKA_LABEL, label, 3}, {CKA_VALUE, nullptr, 16}, {CKA_CLASS, label, CK_UNAVAILABLE_INFORMATION}};
     CK_MECHANISM mech = {0x1082, iv, 4};
     CK_OBJECT_HANDLE key = 0;
     fake::enqueue("C_GenerateKey", Reply().handle(42));
@@ -216,10 +215,8 @@ TEST_F(Fake, AttributeValuesPerElement) {
 
     CK_BYTE small[2] = {0, 0}, big[8] = {0};
     CK_ULONG cls = 0;
-    CK_ATTRIBUTE read[4] = {{CKA_LABEL, small, 2},
-                            {CKA_CLASS, &cls, sizeof cls},
-                            {CKA_VALUE, big, 8},
-                            {CKA_TOKEN, big, 8}};
+    CK_ATTRIBUTE read[4] = {
+        {CKA_LABEL, small, 2}, {CKA_CLASS, &cls, sizeof cls}, {CKA_VALUE, big, 8}, {CKA_TOKEN, big, 8}};
     EXPECT_EQ(C_GetAttributeValue(1, 2, read, 4), CKR_BUFFER_TOO_SMALL) << "first error wins";
     EXPECT_EQ(read[0].ulValueLen, CK_UNAVAILABLE_INFORMATION);
     EXPECT_EQ(small[0], 0);

@@ -44,7 +44,7 @@ Bytes OpenSslGcmEncrypt(const Bytes& key, const Bytes& iv, const Bytes& aad, con
 }
 
 class ForwardToSoftHsm : public ::testing::Test {
-   protected:
+protected:
     void SetUp() override {
         if (Env("SOFTHSM2_CONF").empty()) GTEST_SKIP() << "SOFTHSM2_CONF names no provisioned token";
         ASSERT_EQ(C_Initialize(nullptr), CKR_OK);
@@ -58,9 +58,12 @@ class ForwardToSoftHsm : public ::testing::Test {
         CK_KEY_TYPE keyType = CKK_AES;
         CK_BBOOL yes = CK_TRUE, no = CK_FALSE;
         CK_ATTRIBUTE key[] = {
-            {CKA_CLASS, &keyClass, sizeof keyClass}, {CKA_KEY_TYPE, &keyType, sizeof keyType},
-            {CKA_TOKEN, &no, sizeof no},             {CKA_ENCRYPT, &yes, sizeof yes},
-            {CKA_DECRYPT, &yes, sizeof yes},         {CKA_VALUE, key_.data(), key_.size()},
+            {CKA_CLASS, &keyClass, sizeof keyClass},
+            {CKA_KEY_TYPE, &keyType, sizeof keyType},
+            {CKA_TOKEN, &no, sizeof no},
+            {CKA_ENCRYPT, &yes, sizeof yes},
+            {CKA_DECRYPT, &yes, sizeof yes},
+            {CKA_VALUE, key_.data(), key_.size()},
         };
         ASSERT_EQ(C_CreateObject(session_, key, sizeof key / sizeof key[0], &key_handle_), CKR_OK);
     }

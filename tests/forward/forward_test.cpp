@@ -56,7 +56,7 @@ std::vector<MechanismCall> MechanismCalls() {
 }
 
 class ForwardToRecorder : public ::testing::Test {
-   protected:
+protected:
     static void SetUpTestSuite() {
         const char* path = getenv("MORLIN_PKCS11_MODULE");
         ASSERT_NE(path, nullptr) << "MORLIN_PKCS11_MODULE must name the recording module";

@@ -16,11 +16,11 @@ extern "C" {
 constexpr CK_RV kRecordingAnswer = 0x80000ABCUL;
 
 struct RecordedCall {
-    const char* function;         // name of the standard function, null before the first call
-    CK_MECHANISM_PTR mechanism;   // the mechanism pointer exactly as received, or null
-    CK_MECHANISM_TYPE type;       // copied from *mechanism
-    CK_VOID_PTR parameter;        // copied from *mechanism
-    CK_ULONG parameterLen;        // copied from *mechanism
+    const char* function;              // name of the standard function, null before the first call
+    CK_MECHANISM_PTR mechanism;        // the mechanism pointer exactly as received, or null
+    CK_MECHANISM_TYPE type;            // copied from *mechanism
+    CK_VOID_PTR parameter;             // copied from *mechanism
+    CK_ULONG parameterLen;             // copied from *mechanism
     unsigned char parameterBytes[64];  // the first bytes of the parameter, up to parameterLen
 };
 

@@ -163,8 +163,8 @@ TEST(AttrClassTest, BooleanAndEnumeratedGoByTypeAndWidth) {
 TEST(AttrClassTest, NumericTypesAndTheMechanismList) {
     const CK_ATTRIBUTE_TYPE mechanismList = 0x80000104;
     EXPECT_EQ(isNumericAttrType(mechanismList), 1);
-    EXPECT_EQ(isNumericAttrType(0x166), 1);         // KEY_GEN_MECHANISM
-    EXPECT_EQ(isNumericAttrType(0x80001103), 1);    // BIP32_CHILD_DEPTH
+    EXPECT_EQ(isNumericAttrType(0x166), 1);       // KEY_GEN_MECHANISM
+    EXPECT_EQ(isNumericAttrType(0x80001103), 1);  // BIP32_CHILD_DEPTH
     EXPECT_EQ(isNumericAttrType(CKA_LABEL), 0);
     EXPECT_EQ(isNumericAttrType(CKA_TOKEN), 0);
 

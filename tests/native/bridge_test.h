@@ -14,7 +14,8 @@
 #include "jvm.h"
 
 extern "C" {
-#define MORLIN_TEST_ENTRY_(name, ...) JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_##name(JNIEnv*, jclass, __VA_ARGS__);
+#define MORLIN_TEST_ENTRY_(name, ...) \
+    JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_##name(JNIEnv*, jclass, __VA_ARGS__);
 MORLIN_TEST_ENTRY_(C_1Initialize, jobject)
 MORLIN_TEST_ENTRY_(C_1Finalize, jobject)
 MORLIN_TEST_ENTRY_(C_1GetInfo, jobject)
@@ -65,13 +66,13 @@ protected:
 // exception still pending. The one exception to null is a failure inside the
 // making of the CK_RV object itself after AllocObject, whose store is not
 // checked, so the object comes back with the exception pending.
-#define EXPECT_EXCEPTION_PATH(result, entry)                                                    \
-    do {                                                                                        \
-        EXPECT_TRUE(env->ExceptionCheck()) << "no exception pending after fault in " << (entry); \
-        if ((result) != nullptr) {                                                              \
+#define EXPECT_EXCEPTION_PATH(result, entry)                                                        \
+    do {                                                                                            \
+        EXPECT_TRUE(env->ExceptionCheck()) << "no exception pending after fault in " << (entry);    \
+        if ((result) != nullptr) {                                                                  \
             EXPECT_TRUE(std::string(entry) == "GetFieldID" || std::string(entry) == "SetLongField") \
-                << "non-null result after fault in " << (entry);                               \
-        }                                                                                       \
+                << "non-null result after fault in " << (entry);                                    \
+        }                                                                                           \
     } while (0)
 
 }  // namespace morlin_test

@@ -84,8 +84,8 @@ struct JavaGroup {
 };
 
 const JavaGroup kJavaGroups[] = {
-    {"CKO_", ObjClassTable, OBJ_CLASS_TABLE_ROWS},   {"CKK_", KeyTypeTable, KEY_TYPE_TABLE_ROWS},
-    {"CKA_", AttributeTable, ATTRIBUTE_TABLE_ROWS},  {"CKM_", MechanismTable, MECHANISM_TABLE_ROWS},
+    {"CKO_", ObjClassTable, OBJ_CLASS_TABLE_ROWS},  {"CKK_", KeyTypeTable, KEY_TYPE_TABLE_ROWS},
+    {"CKA_", AttributeTable, ATTRIBUTE_TABLE_ROWS}, {"CKM_", MechanismTable, MECHANISM_TABLE_ROWS},
     {"CKD_", KdfKDFTable, KDF_TABLE_ROWS},
 };
 
@@ -150,10 +150,9 @@ TEST_F(JavaConstantsTest, ConstantsAgreeWithTheTables) {
 // does not know, so a mistyped value shows.
 TEST_F(JavaConstantsTest, ReturnValuesHaveMessages) {
     const std::vector<std::string> withoutRow = {
-        "CKR_ACTION_PROHIBITED",   "CKR_FUNCTION_NOT_PARALLEL",    "CKR_CURVE_NOT_SUPPORTED",
-        "CKR_NEW_PIN_MODE",        "CKR_NEXT_OTP",                 "CKR_EXCEEDED_MAX_ITERATIONS",
-        "CKR_FIPS_SELF_TEST_FAILED", "CKR_LIBRARY_LOAD_FAILED",    "CKR_PIN_TOO_WEAK",
-        "CKR_PUBLIC_KEY_INVALID",  "CKR_FUNCTION_REJECTED",        "CKR_VENDOR_DEFINED",
+        "CKR_ACTION_PROHIBITED", "CKR_FUNCTION_NOT_PARALLEL",   "CKR_CURVE_NOT_SUPPORTED",   "CKR_NEW_PIN_MODE",
+        "CKR_NEXT_OTP",          "CKR_EXCEEDED_MAX_ITERATIONS", "CKR_FIPS_SELF_TEST_FAILED", "CKR_LIBRARY_LOAD_FAILED",
+        "CKR_PIN_TOO_WEAK",      "CKR_PUBLIC_KEY_INVALID",      "CKR_FUNCTION_REJECTED",     "CKR_VENDOR_DEFINED",
     };
     int checked = 0;
     for (const auto& [name, value] : staticLongs("kaltrix/morlin/constants/CKLiterals")) {

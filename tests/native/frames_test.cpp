@@ -19,21 +19,21 @@ protected:
     // The data frame as C_Encrypt has it.
     jobject encrypt(jobject s, jbyteArray in, jlong inLen, jbyteArray out, jobject len) {
         return frame::TwoPhaseFrame<C_Encrypt, CopyCKByteArrayToJByteArray, CK_BYTE, false>(env, out, len, Session{s},
-                                                                                              Bytes{in}, inLen);
+                                                                                            Bytes{in}, inLen);
     }
     // The final frame as C_EncryptFinal has it, and C_GetOperationState with malloc.
     jobject encryptFinal(jobject s, jbyteArray out, jobject len) {
         return frame::TwoPhaseFrame<C_EncryptFinal, CopyCKByteArrayToJByteArray, CK_BYTE, false>(env, out, len,
-                                                                                                   Session{s});
+                                                                                                 Session{s});
     }
     jobject operationState(jobject s, jbyteArray out, jobject len) {
         return frame::TwoPhaseFrame<C_GetOperationState, CopyCKByteArrayToJByteArray, CK_BYTE, true>(env, out, len,
-                                                                                                       Session{s});
+                                                                                                     Session{s});
     }
     // The list frame as C_GetSlotList has it.
     jobject slotList(jboolean present, jlongArray out, jobject len) {
         return frame::TwoPhaseFrame<C_GetSlotList, CopyCKULongArrayToJLongArray, CK_ULONG, false>(env, out, len,
-                                                                                                   Bool{present});
+                                                                                                  Bool{present});
     }
 };
 
@@ -200,8 +200,8 @@ TEST_F(FramesTest, InputFramePassesArraysAndJavaCounts) {
     EXPECT_FALSE(frame::ArrayCountOk(nullptr, 1));
     EXPECT_TRUE(frame::ArrayCountOk(nullptr, 0));
     EXPECT_TRUE(frame::ArrayCountOk(nullptr, -1));
-    jobject rv = frame::CallFrame<C_InitPIN>(env, frame::ArrayCountOk(nullptr, 4), Session{session(4)},
-                                             Bytes{nullptr}, jlong{4});
+    jobject rv = frame::CallFrame<C_InitPIN>(env, frame::ArrayCountOk(nullptr, 4), Session{session(4)}, Bytes{nullptr},
+                                             jlong{4});
     EXPECT_EQ(rvOf(rv), CKR_ARGUMENTS_BAD);
     EXPECT_EQ(fake::count("C_InitPIN"), 0u);
 

@@ -39,8 +39,8 @@ TEST_F(JutilTest, MissingFieldLeavesTheJvmErrorPending) {
 TEST_F(JutilTest, IntAndBooleanFields) {
     // java.lang.Integer and Boolean keep their value in a field "value".
     jclass integer = findClass("java/lang/Integer");
-    jobject minusFive = env->CallStaticObjectMethod(
-        integer, env->GetStaticMethodID(integer, "valueOf", "(I)Ljava/lang/Integer;"), -5);
+    jobject minusFive =
+        env->CallStaticObjectMethod(integer, env->GetStaticMethodID(integer, "valueOf", "(I)Ljava/lang/Integer;"), -5);
     EXPECT_EQ(GetIntField(env, integer, minusFive, "value"), -5);  // sign-extended
     jobject boxed = env->AllocObject(integer);
     SetIntField(env, integer, boxed, "value", 0x1'0000'0007LL);  // low 32 bits stored
@@ -64,7 +64,11 @@ TEST_F(JutilTest, ClassNameExceptionPaths) {
     jobject obj = makeString("x");
     char* name = nullptr;
     sweepAllFaults(
-        env, [&] { free(name); name = GetClassName(env, obj); },
+        env,
+        [&] {
+            free(name);
+            name = GetClassName(env, obj);
+        },
         [&](const char* entry, int) {
             EXPECT_EQ(name, nullptr) << entry;
             EXPECT_TRUE(pending()) << entry;
@@ -146,7 +150,11 @@ TEST_F(JutilTest, ByteArrayCopyExceptionPathsFreeAndZero) {
     CK_BYTE_PTR p = nullptr;
     CK_ULONG n = 0;
     sweepAllFaults(
-        env, [&] { free(p); jByteArrayToCKByteArray(env, array, &p, &n); },
+        env,
+        [&] {
+            free(p);
+            jByteArrayToCKByteArray(env, array, &p, &n);
+        },
         [&](const char* entry, int) {
             EXPECT_EQ(p, nullptr) << entry;
             EXPECT_EQ(n, 0u) << entry;

@@ -12,7 +12,8 @@ class LifecycleTest : public BridgeTest {};
 
 TEST_F(LifecycleTest, InitializeWithNullPassesNullAndLeavesStateClear) {
     fake::enqueue("C_Initialize", fake::Reply().returns(CKR_CRYPTOKI_ALREADY_INITIALIZED));
-    EXPECT_EQ(rvOf(Java_kaltrix_morlin_Cryptoki_C_1Initialize(env, nullptr, nullptr)), CKR_CRYPTOKI_ALREADY_INITIALIZED);
+    EXPECT_EQ(rvOf(Java_kaltrix_morlin_Cryptoki_C_1Initialize(env, nullptr, nullptr)),
+              CKR_CRYPTOKI_ALREADY_INITIALIZED);
     auto call = fake::last("C_Initialize");
     ASSERT_TRUE(call);
     EXPECT_FALSE(call->initArgs.has_value());

@@ -40,8 +40,8 @@ protected:
         env->SetStaticLongField(scripted(), env->GetStaticFieldID(scripted(), name, "J"), v);
     }
     int counter(const char* name) {
-        jobject c = env->GetStaticObjectField(scripted(),
-                                              env->GetStaticFieldID(scripted(), name, "Ljava/util/concurrent/atomic/AtomicInteger;"));
+        jobject c = env->GetStaticObjectField(
+            scripted(), env->GetStaticFieldID(scripted(), name, "Ljava/util/concurrent/atomic/AtomicInteger;"));
         return env->CallIntMethod(c, env->GetMethodID(env->GetObjectClass(c), "get", "()I"));
     }
     jobject args(bool create, bool destroy, bool lock, bool unlock, jlong flags = 0) {

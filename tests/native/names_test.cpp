@@ -8,9 +8,9 @@
 #include "morlin_util.h"
 
 extern "C" {
-#define MORLIN_NAMES_STRING_(name)                                                                           \
-    JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1Get##name##String(JNIEnv*, jclass, jobject, \
-                                                                                 jbyteArray, jobject);
+#define MORLIN_NAMES_STRING_(name)                                                                                    \
+    JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1Get##name##String(JNIEnv*, jclass, jobject, jbyteArray, \
+                                                                                jobject);
 #define MORLIN_NAMES_VALUE_(name) \
     JNIEXPORT jobject JNICALL Java_kaltrix_morlin_CTUtil_CTU_1Get##name##Value(JNIEnv*, jclass, jbyteArray);
 #define MORLIN_NAMES_BOTH_(name) MORLIN_NAMES_STRING_(name) MORLIN_NAMES_VALUE_(name)
@@ -37,8 +37,8 @@ struct NameNatives {
     const char* wrapper;  // class of the argument of the string native and of the value native's result
     StringNative string;
     ValueNative value;
-    CK_ULONG sample;          // a value with a row
-    const char* sampleName;   // its text
+    CK_ULONG sample;         // a value with a row
+    const char* sampleName;  // its text
 };
 
 const NameNatives kNatives[] = {

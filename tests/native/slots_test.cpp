@@ -124,9 +124,9 @@ TEST_F(SlotsTest, TokenInfoCarriesEveryFieldAsItCame) {
     EXPECT_EQ(bytes("serialNumber"), std::vector<unsigned char>(t.serialNumber, t.serialNumber + 16));
     EXPECT_EQ(bytes("utcTime"), std::vector<unsigned char>(t.utcTime, t.utcTime + 16));
     const std::pair<const char*, jlong> longs[] = {
-        {"flags", 0x40D},         {"maxSessionCount", -1},  {"sessionCount", 1},      {"maxRwSessionCount", 0},
-        {"rwSessionCount", 2},    {"maxPinLen", 64},        {"minPinLen", 4},         {"totalPublicMemory", 5},
-        {"freePublicMemory", 6},  {"totalPrivateMemory", 7}, {"freePrivateMemory", 8},
+        {"flags", 0x40D},        {"maxSessionCount", -1},   {"sessionCount", 1},      {"maxRwSessionCount", 0},
+        {"rwSessionCount", 2},   {"maxPinLen", 64},         {"minPinLen", 4},         {"totalPublicMemory", 5},
+        {"freePublicMemory", 6}, {"totalPrivateMemory", 7}, {"freePrivateMemory", 8},
     };
     for (auto [name, value] : longs) EXPECT_EQ(getLong(info, name), value) << name;
     jobject firmware = getObject(info, "firmwareVersion", "Lkaltrix/morlin/CK_VERSION;");
@@ -160,8 +160,7 @@ TEST_F(SlotsTest, SlotAndMechanismInfo) {
     EXPECT_EQ(fake::last("C_GetMechanismInfo")->scalars, (std::vector<CK_ULONG>{2, 0x1081}));
 
     // A null type goes on as -1; an error leaves the object alone.
-    fake::enqueue("C_GetMechanismInfo",
-                  fake::Reply().info(CK_MECHANISM_INFO{1, 1, 1}).returns(CKR_MECHANISM_INVALID));
+    fake::enqueue("C_GetMechanismInfo", fake::Reply().info(CK_MECHANISM_INFO{1, 1, 1}).returns(CKR_MECHANISM_INVALID));
     EXPECT_EQ(rvOf(Java_kaltrix_morlin_Cryptoki_C_1GetMechanismInfo(env, nullptr, 2, nullptr, mech)),
               CKR_MECHANISM_INVALID);
     EXPECT_EQ(fake::last("C_GetMechanismInfo")->scalars[1], ~0UL);

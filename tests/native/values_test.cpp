@@ -51,9 +51,12 @@ TEST_F(ValuesTest, JavaNamesResolve) {
                             jn::kObjectHandleArray, jn::kMechanismTypeArray})
         EXPECT_NO_THROW(findClass(cls)) << cls;
     const std::pair<const char*, jn::Field> fields[] = {
-        {jn::kDate, jn::kDateYear},          {jn::kDate, jn::kDateMonth},
-        {jn::kDate, jn::kDateDay},           {jn::kSessionInfo, jn::kSessionInfoSlotID},
-        {jn::kSessionInfo, jn::kSessionInfoState}, {jn::kSessionInfo, jn::kSessionInfoFlags},
+        {jn::kDate, jn::kDateYear},
+        {jn::kDate, jn::kDateMonth},
+        {jn::kDate, jn::kDateDay},
+        {jn::kSessionInfo, jn::kSessionInfoSlotID},
+        {jn::kSessionInfo, jn::kSessionInfoState},
+        {jn::kSessionInfo, jn::kSessionInfoFlags},
         {jn::kSessionInfo, jn::kSessionInfoDeviceError},
     };
     for (auto [cls, f] : fields) {
@@ -264,12 +267,15 @@ TEST_F(ValuesTest, ExceptionPaths) {
     };
     // Arrays from Java: the caller frees whatever the pointer holds.
     auto sweepArrayIn = [&](auto convert, auto array) {
-        sweepAllFaults(env, [&] {
-            CK_ULONG_PTR p = nullptr;
-            CK_ULONG n = 0;
-            convert(env, array, &p, &n);
-            free(p);
-        }, expectPending);
+        sweepAllFaults(
+            env,
+            [&] {
+                CK_ULONG_PTR p = nullptr;
+                CK_ULONG n = 0;
+                convert(env, array, &p, &n);
+                free(p);
+            },
+            expectPending);
     };
     sweepArrayIn(jObjectHandleArrayToCKObjectHandleArray, wrappers(kObjectHandle, {1, 2, 3}));
     sweepArrayIn(jLongArrayToCKULongArray, makeLongs({1, 2}));
@@ -277,37 +283,52 @@ TEST_F(ValuesTest, ExceptionPaths) {
     jclass integer = findClass("java/lang/Integer");
     jobject boxed = env->NewObject(integer, env->GetMethodID(integer, "<init>", "(I)V"), jint{7});
     CK_ULONG_PTR unboxed = nullptr;
-    sweepAllFaults(env, all, [&] { free(unboxed); unboxed = jIntegerObjectToCKULongPtr(env, boxed); },
-                   nullAndPending(unboxed));
+    sweepAllFaults(
+        env, all,
+        [&] {
+            free(unboxed);
+            unboxed = jIntegerObjectToCKULongPtr(env, boxed);
+        },
+        nullAndPending(unboxed));
     ASSERT_NE(unboxed, nullptr);
     EXPECT_EQ(*unboxed, 7u);
     free(unboxed);
 
     jobject d = date("2026", "03", "15");
     CK_DATE* converted = nullptr;
-    sweepAllFaults(env, [&] { free(converted); converted = jDateObjectToCKDatePtr(env, d); },
-                   nullAndPending(converted));
+    sweepAllFaults(
+        env,
+        [&] {
+            free(converted);
+            converted = jDateObjectToCKDatePtr(env, d);
+        },
+        nullAndPending(converted));
     free(converted);
 
     CK_DATE stored;
     memcpy(&stored, "20260315", 8);
     jobject made = nullptr;
-    sweepAllFaults(env, [&] { made = ckDatePtrToJDateObject(env, &stored); }, [&](const char* entry, int) {
-        EXPECT_TRUE(pending()) << entry;
-        if (std::string(entry) != "SetObjectField") {
-            EXPECT_EQ(made, nullptr) << entry;
-        }
-    });
-    sweepAllFaults(env, [&] { CopyCKDateToJDate(env, &stored, d); }, expectPending);
+    sweepAllFaults(
+        env, [&] { made = ckDatePtrToJDateObject(env, &stored); },
+        [&](const char* entry, int) {
+            EXPECT_TRUE(pending()) << entry;
+            if (std::string(entry) != "SetObjectField") {
+                EXPECT_EQ(made, nullptr) << entry;
+            }
+        });
+    sweepAllFaults(
+        env, [&] { CopyCKDateToJDate(env, &stored, d); }, expectPending);
 
     const CK_ULONG raw[] = {4, 5, 6};
     jobjectArray result = nullptr;
-    sweepAllFaults(env, [&] { result = ckMechanismTypeArrayToJMechanismTypeArray(env, raw, 3); },
-                   nullAndPending(result));
+    sweepAllFaults(
+        env, [&] { result = ckMechanismTypeArrayToJMechanismTypeArray(env, raw, 3); }, nullAndPending(result));
     jobjectArray types = wrappers(kMechType, {0, 0, 0});
-    sweepAllFaults(env, [&] { CopyCKULongArrayToJMechanismTypeArray(env, raw, 3, types); }, expectPending);
+    sweepAllFaults(
+        env, [&] { CopyCKULongArrayToJMechanismTypeArray(env, raw, 3, types); }, expectPending);
     jobjectArray handles = wrappers(kObjectHandle, {1, 2, 3});
-    sweepAllFaults(env, [&] { CopyCKULongArrayToJObjectHandleArray(env, raw, 3, handles); }, expectPending);
+    sweepAllFaults(
+        env, [&] { CopyCKULongArrayToJObjectHandleArray(env, raw, 3, handles); }, expectPending);
     EXPECT_GT(checked, 40);
 }
 

@@ -1,6 +1,6 @@
 // The twelve numeric wrappers and CK_BBOOL in both directions.
-#include "bridge_test.h"
 #include "morlin/wrappers.h"
+#include "bridge_test.h"
 
 namespace morlin_test {
 namespace {
@@ -8,9 +8,9 @@ namespace {
 class WrappersTest : public BridgeTest {};
 
 constexpr Wrapper kAll[] = {
-    Wrapper::SessionHandle, Wrapper::ObjectHandle, Wrapper::AttributeType, Wrapper::CertificateType,
-    Wrapper::HWFeatureType, Wrapper::KeyType,      Wrapper::MechanismType, Wrapper::ObjectClass,
-    Wrapper::RsaPkcsOaepSourceType, Wrapper::RV,   Wrapper::State,         Wrapper::UserType,
+    Wrapper::SessionHandle,         Wrapper::ObjectHandle, Wrapper::AttributeType, Wrapper::CertificateType,
+    Wrapper::HWFeatureType,         Wrapper::KeyType,      Wrapper::MechanismType, Wrapper::ObjectClass,
+    Wrapper::RsaPkcsOaepSourceType, Wrapper::RV,           Wrapper::State,         Wrapper::UserType,
 };
 
 bool AnswersZeroForWrongClass(Wrapper w) {

@@ -87,8 +87,7 @@ bool fromTestProgram(const void* caller) {
     return dladdr(caller, &info) != 0 && info.dli_fbase == program;
 }
 
-template <Jni E, auto Member,
-          class F = std::remove_reference_t<decltype(std::declval<JNINativeInterface_&>().*Member)>>
+template <Jni E, auto Member, class F = std::remove_reference_t<decltype(std::declval<JNINativeInterface_&>().*Member)>>
 struct Shim;
 
 template <Jni E, auto Member, class R, class... A>
@@ -264,8 +263,7 @@ Fault::~Fault() {
     } else {
         // A Fault armed after this one is still alive and its table holds
         // our shim, now unarmed and forwarding: leave its table in place.
-        ADD_FAILURE() << "Fault on " << kNames[static_cast<int>(entry_)]
-                      << " ended before a Fault armed after it";
+        ADD_FAILURE() << "Fault on " << kNames[static_cast<int>(entry_)] << " ended before a Fault armed after it";
     }
 }
 

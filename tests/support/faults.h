@@ -49,67 +49,58 @@
 // Left out: the variadic entries (their V forms are here), and the ones that
 // run with an exception pending or cannot fail (Exception*, Release*,
 // Delete*, PopLocalFrame, MonitorExit, IsSameObject, GetVersion, ...).
-#define MORLIN_TEST_FAULTABLE_JNI(X) \
-    /* classes and reflection */ \
-    X(DefineClass) X(FindClass) X(FromReflectedMethod) X(FromReflectedField) X(ToReflectedMethod) \
-    X(GetSuperclass) X(IsAssignableFrom) X(ToReflectedField) \
-    /* raising */ \
-    X(Throw) X(ThrowNew) \
-    /* references and frames */ \
-    X(PushLocalFrame) X(EnsureLocalCapacity) X(NewGlobalRef) X(NewLocalRef) X(NewWeakGlobalRef) \
-    /* objects and ids */ \
-    X(AllocObject) X(NewObjectV) X(NewObjectA) X(GetObjectClass) X(IsInstanceOf) X(GetFieldID) \
-    X(GetMethodID) X(GetStaticFieldID) X(GetStaticMethodID) \
-    /* Call<T>MethodV/A */ \
-    X(CallObjectMethodV) X(CallObjectMethodA) X(CallBooleanMethodV) X(CallBooleanMethodA) \
-    X(CallByteMethodV) X(CallByteMethodA) X(CallCharMethodV) X(CallCharMethodA) X(CallShortMethodV) \
-    X(CallShortMethodA) X(CallIntMethodV) X(CallIntMethodA) X(CallLongMethodV) X(CallLongMethodA) \
-    X(CallFloatMethodV) X(CallFloatMethodA) X(CallDoubleMethodV) X(CallDoubleMethodA) \
-    X(CallVoidMethodV) X(CallVoidMethodA) \
-    /* CallNonvirtual<T>MethodV/A */ \
-    X(CallNonvirtualObjectMethodV) X(CallNonvirtualObjectMethodA) X(CallNonvirtualBooleanMethodV) \
-    X(CallNonvirtualBooleanMethodA) X(CallNonvirtualByteMethodV) X(CallNonvirtualByteMethodA) \
-    X(CallNonvirtualCharMethodV) X(CallNonvirtualCharMethodA) X(CallNonvirtualShortMethodV) \
-    X(CallNonvirtualShortMethodA) X(CallNonvirtualIntMethodV) X(CallNonvirtualIntMethodA) \
-    X(CallNonvirtualLongMethodV) X(CallNonvirtualLongMethodA) X(CallNonvirtualFloatMethodV) \
-    X(CallNonvirtualFloatMethodA) X(CallNonvirtualDoubleMethodV) X(CallNonvirtualDoubleMethodA) \
-    X(CallNonvirtualVoidMethodV) X(CallNonvirtualVoidMethodA) \
-    /* CallStatic<T>MethodV/A */ \
-    X(CallStaticObjectMethodV) X(CallStaticObjectMethodA) X(CallStaticBooleanMethodV) \
-    X(CallStaticBooleanMethodA) X(CallStaticByteMethodV) X(CallStaticByteMethodA) \
-    X(CallStaticCharMethodV) X(CallStaticCharMethodA) X(CallStaticShortMethodV) \
-    X(CallStaticShortMethodA) X(CallStaticIntMethodV) X(CallStaticIntMethodA) \
-    X(CallStaticLongMethodV) X(CallStaticLongMethodA) X(CallStaticFloatMethodV) \
-    X(CallStaticFloatMethodA) X(CallStaticDoubleMethodV) X(CallStaticDoubleMethodA) \
-    X(CallStaticVoidMethodV) X(CallStaticVoidMethodA) \
-    /* instance fields */ \
-    X(GetObjectField) X(GetBooleanField) X(GetByteField) X(GetCharField) X(GetShortField) \
-    X(GetIntField) X(GetLongField) X(GetFloatField) X(GetDoubleField) X(SetObjectField) \
-    X(SetBooleanField) X(SetByteField) X(SetCharField) X(SetShortField) X(SetIntField) \
-    X(SetLongField) X(SetFloatField) X(SetDoubleField) \
-    /* static fields */ \
-    X(GetStaticObjectField) X(GetStaticBooleanField) X(GetStaticByteField) X(GetStaticCharField) \
-    X(GetStaticShortField) X(GetStaticIntField) X(GetStaticLongField) X(GetStaticFloatField) \
-    X(GetStaticDoubleField) X(SetStaticObjectField) X(SetStaticBooleanField) X(SetStaticByteField) \
-    X(SetStaticCharField) X(SetStaticShortField) X(SetStaticIntField) X(SetStaticLongField) \
-    X(SetStaticFloatField) X(SetStaticDoubleField) \
-    /* strings */ \
-    X(NewString) X(GetStringLength) X(GetStringChars) X(GetStringRegion) X(GetStringCritical) \
-    X(NewStringUTF) X(GetStringUTFLength) X(GetStringUTFChars) X(GetStringUTFRegion) \
-    /* arrays */ \
-    X(GetArrayLength) X(NewObjectArray) X(GetObjectArrayElement) X(SetObjectArrayElement) \
-    X(GetPrimitiveArrayCritical) \
-    /* primitive arrays */ \
-    X(NewBooleanArray) X(NewByteArray) X(NewCharArray) X(NewShortArray) X(NewIntArray) \
-    X(NewLongArray) X(NewFloatArray) X(NewDoubleArray) X(GetBooleanArrayElements) \
-    X(GetByteArrayElements) X(GetCharArrayElements) X(GetShortArrayElements) X(GetIntArrayElements) \
-    X(GetLongArrayElements) X(GetFloatArrayElements) X(GetDoubleArrayElements) \
-    X(GetBooleanArrayRegion) X(GetByteArrayRegion) X(GetCharArrayRegion) X(GetShortArrayRegion) \
-    X(GetIntArrayRegion) X(GetLongArrayRegion) X(GetFloatArrayRegion) X(GetDoubleArrayRegion) \
-    X(SetBooleanArrayRegion) X(SetByteArrayRegion) X(SetCharArrayRegion) X(SetShortArrayRegion) \
-    X(SetIntArrayRegion) X(SetLongArrayRegion) X(SetFloatArrayRegion) X(SetDoubleArrayRegion) \
-    /* natives, monitors, buffers */ \
-    X(RegisterNatives) X(UnregisterNatives) X(MonitorEnter) X(NewDirectByteBuffer)
+#define MORLIN_TEST_FAULTABLE_JNI(X)                                                                                  \
+    /* classes and reflection */                                                                                      \
+    X(DefineClass)                                                                                                    \
+    X(FindClass) X(FromReflectedMethod) X(FromReflectedField) X(ToReflectedMethod) X(GetSuperclass)                   \
+        X(IsAssignableFrom) X(ToReflectedField) /* raising */                                                         \
+        X(Throw) X(ThrowNew)                    /* references and frames */                                           \
+        X(PushLocalFrame) X(EnsureLocalCapacity) X(NewGlobalRef) X(NewLocalRef)                                       \
+            X(NewWeakGlobalRef) /* objects and ids */                                                                 \
+        X(AllocObject) X(NewObjectV) X(NewObjectA) X(GetObjectClass) X(IsInstanceOf) X(GetFieldID) X(GetMethodID)     \
+            X(GetStaticFieldID) X(GetStaticMethodID) /* Call<T>MethodV/A */                                           \
+        X(CallObjectMethodV) X(CallObjectMethodA) X(CallBooleanMethodV) X(CallBooleanMethodA) X(CallByteMethodV)      \
+            X(CallByteMethodA) X(CallCharMethodV) X(CallCharMethodA) X(CallShortMethodV) X(CallShortMethodA)          \
+                X(CallIntMethodV) X(CallIntMethodA) X(CallLongMethodV) X(CallLongMethodA) X(CallFloatMethodV)         \
+                    X(CallFloatMethodA) X(CallDoubleMethodV) X(CallDoubleMethodA) X(CallVoidMethodV)                  \
+                        X(CallVoidMethodA) /* CallNonvirtual<T>MethodV/A */                                           \
+        X(CallNonvirtualObjectMethodV) X(CallNonvirtualObjectMethodA) X(CallNonvirtualBooleanMethodV)                 \
+            X(CallNonvirtualBooleanMethodA) X(CallNonvirtualByteMethodV) X(CallNonvirtualByteMethodA)                 \
+                X(CallNonvirtualCharMethodV) X(CallNonvirtualCharMethodA) X(CallNonvirtualShortMethodV)               \
+                    X(CallNonvirtualShortMethodA) X(CallNonvirtualIntMethodV) X(CallNonvirtualIntMethodA)             \
+                        X(CallNonvirtualLongMethodV) X(CallNonvirtualLongMethodA) X(CallNonvirtualFloatMethodV)       \
+                            X(CallNonvirtualFloatMethodA) X(CallNonvirtualDoubleMethodV)                              \
+                                X(CallNonvirtualDoubleMethodA) X(CallNonvirtualVoidMethodV)                           \
+                                    X(CallNonvirtualVoidMethodA) /* CallStatic<T>MethodV/A */                         \
+        X(CallStaticObjectMethodV) X(CallStaticObjectMethodA) X(CallStaticBooleanMethodV) X(CallStaticBooleanMethodA) \
+            X(CallStaticByteMethodV) X(CallStaticByteMethodA) X(CallStaticCharMethodV) X(CallStaticCharMethodA)       \
+                X(CallStaticShortMethodV) X(CallStaticShortMethodA) X(CallStaticIntMethodV) X(CallStaticIntMethodA)   \
+                    X(CallStaticLongMethodV) X(CallStaticLongMethodA) X(CallStaticFloatMethodV)                       \
+                        X(CallStaticFloatMethodA) X(CallStaticDoubleMethodV) X(CallStaticDoubleMethodA)               \
+                            X(CallStaticVoidMethodV) X(CallStaticVoidMethodA) /* instance fields */                   \
+        X(GetObjectField) X(GetBooleanField) X(GetByteField) X(GetCharField) X(GetShortField) X(GetIntField)          \
+            X(GetLongField) X(GetFloatField) X(GetDoubleField) X(SetObjectField) X(SetBooleanField) X(SetByteField)   \
+                X(SetCharField) X(SetShortField) X(SetIntField) X(SetLongField) X(SetFloatField)                      \
+                    X(SetDoubleField) /* static fields */                                                             \
+        X(GetStaticObjectField) X(GetStaticBooleanField) X(GetStaticByteField) X(GetStaticCharField)                  \
+            X(GetStaticShortField) X(GetStaticIntField) X(GetStaticLongField) X(GetStaticFloatField)                  \
+                X(GetStaticDoubleField) X(SetStaticObjectField) X(SetStaticBooleanField) X(SetStaticByteField)        \
+                    X(SetStaticCharField) X(SetStaticShortField) X(SetStaticIntField) X(SetStaticLongField)           \
+                        X(SetStaticFloatField) X(SetStaticDoubleField) /* strings */                                  \
+        X(NewString) X(GetStringLength) X(GetStringChars) X(GetStringRegion) X(GetStringCritical) X(NewStringUTF)     \
+            X(GetStringUTFLength) X(GetStringUTFChars) X(GetStringUTFRegion) /* arrays */                             \
+        X(GetArrayLength) X(NewObjectArray) X(GetObjectArrayElement) X(SetObjectArrayElement)                         \
+            X(GetPrimitiveArrayCritical) /* primitive arrays */                                                       \
+        X(NewBooleanArray) X(NewByteArray) X(NewCharArray) X(NewShortArray) X(NewIntArray) X(NewLongArray)            \
+            X(NewFloatArray) X(NewDoubleArray) X(GetBooleanArrayElements) X(GetByteArrayElements)                     \
+                X(GetCharArrayElements) X(GetShortArrayElements) X(GetIntArrayElements) X(GetLongArrayElements)       \
+                    X(GetFloatArrayElements) X(GetDoubleArrayElements) X(GetBooleanArrayRegion) X(GetByteArrayRegion) \
+                        X(GetCharArrayRegion) X(GetShortArrayRegion) X(GetIntArrayRegion) X(GetLongArrayRegion)       \
+                            X(GetFloatArrayRegion) X(GetDoubleArrayRegion) X(SetBooleanArrayRegion)                   \
+                                X(SetByteArrayRegion) X(SetCharArrayRegion) X(SetShortArrayRegion)                    \
+                                    X(SetIntArrayRegion) X(SetLongArrayRegion) X(SetFloatArrayRegion)                 \
+                                        X(SetDoubleArrayRegion) /* natives, monitors, buffers */                      \
+        X(RegisterNatives) X(UnregisterNatives) X(MonitorEnter) X(NewDirectByteBuffer)
 
 namespace morlin_test {
 

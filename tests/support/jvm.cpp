@@ -82,8 +82,7 @@ class JvmEnvironment : public ::testing::Environment {
     void SetUp() override { ASSERT_NE(vm(), nullptr) << "the JVM did not start; see stderr"; }
 };
 
-[[maybe_unused]] ::testing::Environment* const jvmEnvironment =
-    ::testing::AddGlobalTestEnvironment(new JvmEnvironment);
+[[maybe_unused]] ::testing::Environment* const jvmEnvironment = ::testing::AddGlobalTestEnvironment(new JvmEnvironment);
 
 // The unpatched table, and any pending exception put aside, for the life of
 // a helper: helpers work whatever the test left pending (a check after a

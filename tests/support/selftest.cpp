@@ -252,8 +252,7 @@ TEST_F(SupportTest, SweepAllNamesEachEntryTheRunReaches) {
             checked.emplace(entry, n);
             EXPECT_EQ(pendingClassName(), kInjectedException);
         });
-    const std::set<std::pair<std::string, int>> expected = {
-        {"FindClass", 1}, {"GetFieldID", 1}, {"GetLongField", 1}};
+    const std::set<std::pair<std::string, int>> expected = {{"FindClass", 1}, {"GetFieldID", 1}, {"GetLongField", 1}};
     EXPECT_EQ(checked, expected);
     EXPECT_EQ(result, 0);
     EXPECT_FALSE(pending());

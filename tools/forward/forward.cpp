@@ -101,7 +101,7 @@ void CopyIfChanged(T& to, const T& from) {
 // caller's own pointer. Made only by guaranteed copy elision, so the
 // pointer into its own members stays valid.
 class StandardMechanism {
-   public:
+public:
     explicit StandardMechanism(CK_MECHANISM_PTR caller) : caller_(caller) {
         if (caller == nullptr || !TakesGcmParams(caller->mechanism) || caller->pParameter == nullptr ||
             caller->ulParameterLen != sizeof(CK_AES_GCM_PARAMS))
@@ -126,7 +126,7 @@ class StandardMechanism {
 
     operator CK_MECHANISM_PTR() { return translated_ ? &standard_ : caller_; }
 
-   private:
+private:
     CK_MECHANISM_PTR caller_;
     bool translated_ = false;
     StandardGcmParams gcm_{};
