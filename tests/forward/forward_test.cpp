@@ -12,18 +12,9 @@
 
 #include "cryptoki.h"
 #include "recording_module.h"
+#include "standard_params.h"
 
 namespace {
-
-// PKCS#11 2.40 CK_GCM_PARAMS, as the module reads it.
-struct StandardGcmParams {
-    CK_BYTE_PTR pIv;
-    CK_ULONG ulIvLen;
-    CK_ULONG ulIvBits;
-    CK_BYTE_PTR pAAD;
-    CK_ULONG ulAADLen;
-    CK_ULONG ulTagBits;
-};
 
 // Every standard function that takes a mechanism, called through the
 // forwarder with `m`.

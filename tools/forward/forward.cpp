@@ -20,6 +20,7 @@
 #include <mutex>
 
 #include "cryptoki.h"
+#include "standard_params.h"
 
 namespace {
 
@@ -73,17 +74,6 @@ const CK_FUNCTION_LIST* Module() {
     std::call_once(gLoadOnce, Load);
     return gLoaded ? &gTable : nullptr;
 }
-
-// CK_GCM_PARAMS as PKCS#11 2.40 publishes it.
-struct StandardGcmParams {
-    CK_BYTE_PTR pIv;
-    CK_ULONG ulIvLen;
-    CK_ULONG ulIvBits;
-    CK_BYTE_PTR pAAD;
-    CK_ULONG ulAADLen;
-    CK_ULONG ulTagBits;
-};
-static_assert(sizeof(StandardGcmParams) == 48, "PKCS#11 2.40 CK_GCM_PARAMS on x86-64");
 
 // CKM_AES_GMAC takes the same structure since PKCS#11 3.0; under 2.40 its
 // parameter was a bare IV, which has another length and is left alone.
