@@ -8,7 +8,7 @@ tools/deps.sh
 jobs=$(nproc)
 for preset in ${MORLIN_PRESETS:-default asan}; do
   echo "== $preset"
-  cmake --preset "$preset" >/dev/null
+  cmake --preset "$preset" -DMORLIN_BUILD_TESTS=ON >/dev/null
   cmake --build --preset "$preset" -j "$jobs"
   ctest --preset "$preset" -j "$jobs"
 done

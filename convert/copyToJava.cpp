@@ -1,52 +1,100 @@
-// Cryptoki results into Java objects: the info structures and CK_VERSION.
-// Every field is replaced by a new object (byte[] or CK_VERSION); arrays and
-// versions that the Java object held before are not written into.
-#include "morlin/copy_to_java.h"
+// Cryptoki results into existing Java objects: the information structures
+// and CK_VERSION. Each structure is a table of its Java fields in the order
+// in which they are written, with where each sits in the Cryptoki structure;
+// the field's signature says how it is written.
+#include "morlin/copyToJava.h"
 
 #include <cstddef>
+#include <cstring>
 #include <iterator>
 
-#include "morlin/java_names.h"
+#include "morlin/javaNames.h"
 #include "morlin/jutil.h"
+#include "morlin/names/infos.h"
+#include "morlin/values.h"
 
-void CopyCKInfoFields(JNIEnv* env, const char* classPath, const void* info, jobject object, const InfoField* fields,
-                      size_t count) {
-    jclass cls = env->FindClass(classPath);
+namespace {
+
+// One field of a fixed-shape Cryptoki structure as its Java class shows it:
+// "[B" of length bytes, "J", or a CK_VERSION.
+struct InfoField {
+    const jn::Field& field;
+    size_t offset;  // in the Cryptoki structure
+    size_t length;  // bytes, for "[B"
+};
+
+// FindClass, IsInstanceOf, then each field in table order into a new byte[]
+// or CK_VERSION, or with SetLongField, an ExceptionCheck after every step.
+template <size_t N>
+void CopyFields(JNIEnv* env, const jn::Class& javaClass, const void* info, jobject object,
+                const InfoField (&fields)[N]) {
+    jclass cls = env->FindClass(javaClass.path);
     if (env->ExceptionCheck() || info == nullptr || object == nullptr) return;
     const jboolean isInstance = env->IsInstanceOf(object, cls);
     if (env->ExceptionCheck() || !isInstance) return;
     const auto* base = static_cast<const unsigned char*>(info);
-    for (size_t i = 0; i < count; ++i) {
-        const InfoField& f = fields[i];
+    for (const InfoField& f : fields) {
         const unsigned char* at = base + f.offset;
-        if (f.kind == InfoField::Long) {
-            SetLongField(env, cls, object, f.name, static_cast<jlong>(*reinterpret_cast<const CK_ULONG*>(at)));
+        const jn::Sig sig = jn::SigOf(f.field.sig);
+        if (sig == jn::Sig::Long) {
+            CK_ULONG value;
+            memcpy(&value, at, sizeof value);
+            SetLongField(env, cls, object, static_cast<const jn::LongField&>(f.field), static_cast<jlong>(value));
             if (env->ExceptionCheck()) return;
             continue;
         }
-        jfieldID id = env->GetFieldID(cls, f.name, f.kind == InfoField::Bytes ? "[B" : jn::kVersionSig);
+        jfieldID id = env->GetFieldID(cls, f.field.name, f.field.sig);
         if (env->ExceptionCheck()) return;
-        jobject value = f.kind == InfoField::Bytes
-                            ? ckByteArrayToJByteArray(env, at, f.length)
-                            : ckVersionPtrToJVersion(env, reinterpret_cast<const CK_VERSION*>(at));
+        jobject value = sig == jn::Sig::Bytes ? ckByteArrayToJByteArray(env, at, f.length)
+                                              : ckVersionPtrToJVersion(env, reinterpret_cast<const CK_VERSION*>(at));
         if (env->ExceptionCheck()) return;
         env->SetObjectField(object, id, value);
         if (env->ExceptionCheck()) return;
     }
 }
 
-void CopyCKInfoToJInfo(JNIEnv* env, const CK_INFO* info, jobject object) {
-    static constexpr InfoField kFields[] = {
-        {jn::kInfoCryptokiVersion.name, InfoField::Version, offsetof(CK_INFO, cryptokiVersion), 0},
-        {jn::kInfoManufacturerID.name, InfoField::Bytes, offsetof(CK_INFO, manufacturerID), 32},
-        {jn::kInfoFlags.name, InfoField::Long, offsetof(CK_INFO, flags), 0},
-        {jn::kInfoLibraryDescription.name, InfoField::Bytes, offsetof(CK_INFO, libraryDescription), 32},
-        {jn::kInfoLibraryVersion.name, InfoField::Version, offsetof(CK_INFO, libraryVersion), 0},
-    };
-    CopyCKInfoFields(env, jn::kInfo, info, object, kFields, std::size(kFields));
-}
+constexpr InfoField kInfoFields[] = {
+    {jn::kInfoCryptokiVersion, offsetof(CK_INFO, cryptokiVersion), 0},
+    {jn::kInfoManufacturerID, offsetof(CK_INFO, manufacturerID), 32},
+    {jn::kInfoFlags, offsetof(CK_INFO, flags), 0},
+    {jn::kInfoLibraryDescription, offsetof(CK_INFO, libraryDescription), 32},
+    {jn::kInfoLibraryVersion, offsetof(CK_INFO, libraryVersion), 0},
+};
 
-namespace {
+constexpr InfoField kSlotInfoFields[] = {
+    {jn::kSlotInfoSlotDescription, offsetof(CK_SLOT_INFO, slotDescription), 64},
+    {jn::kSlotInfoManufacturerID, offsetof(CK_SLOT_INFO, manufacturerID), 32},
+    {jn::kSlotInfoFlags, offsetof(CK_SLOT_INFO, flags), 0},
+    {jn::kSlotInfoHardwareVersion, offsetof(CK_SLOT_INFO, hardwareVersion), 0},
+    {jn::kSlotInfoFirmwareVersion, offsetof(CK_SLOT_INFO, firmwareVersion), 0},
+};
+
+constexpr InfoField kTokenInfoFields[] = {
+    {jn::kTokenInfoLabel, offsetof(CK_TOKEN_INFO, label), 32},
+    {jn::kTokenInfoManufacturerID, offsetof(CK_TOKEN_INFO, manufacturerID), 32},
+    {jn::kTokenInfoModel, offsetof(CK_TOKEN_INFO, model), 16},
+    {jn::kTokenInfoSerialNumber, offsetof(CK_TOKEN_INFO, serialNumber), 16},
+    {jn::kTokenInfoFlags, offsetof(CK_TOKEN_INFO, flags), 0},
+    {jn::kTokenInfoMaxSessionCount, offsetof(CK_TOKEN_INFO, ulMaxSessionCount), 0},
+    {jn::kTokenInfoSessionCount, offsetof(CK_TOKEN_INFO, ulSessionCount), 0},
+    {jn::kTokenInfoMaxRwSessionCount, offsetof(CK_TOKEN_INFO, ulMaxRwSessionCount), 0},
+    {jn::kTokenInfoRwSessionCount, offsetof(CK_TOKEN_INFO, ulRwSessionCount), 0},
+    {jn::kTokenInfoMaxPinLen, offsetof(CK_TOKEN_INFO, ulMaxPinLen), 0},
+    {jn::kTokenInfoMinPinLen, offsetof(CK_TOKEN_INFO, ulMinPinLen), 0},
+    {jn::kTokenInfoTotalPublicMemory, offsetof(CK_TOKEN_INFO, ulTotalPublicMemory), 0},
+    {jn::kTokenInfoFreePublicMemory, offsetof(CK_TOKEN_INFO, ulFreePublicMemory), 0},
+    {jn::kTokenInfoTotalPrivateMemory, offsetof(CK_TOKEN_INFO, ulTotalPrivateMemory), 0},
+    {jn::kTokenInfoFreePrivateMemory, offsetof(CK_TOKEN_INFO, ulFreePrivateMemory), 0},
+    {jn::kTokenInfoHardwareVersion, offsetof(CK_TOKEN_INFO, hardwareVersion), 0},
+    {jn::kTokenInfoFirmwareVersion, offsetof(CK_TOKEN_INFO, firmwareVersion), 0},
+    {jn::kTokenInfoUtcTime, offsetof(CK_TOKEN_INFO, utcTime), 16},
+};
+
+constexpr InfoField kMechanismInfoFields[] = {
+    {jn::kMechanismInfoMinKeySize, offsetof(CK_MECHANISM_INFO, ulMinKeySize), 0},
+    {jn::kMechanismInfoMaxKeySize, offsetof(CK_MECHANISM_INFO, ulMaxKeySize), 0},
+    {jn::kMechanismInfoFlags, offsetof(CK_MECHANISM_INFO, flags), 0},
+};
 
 // major, then minor, each GetFieldID and SetByteField. Every step but the
 // very last store is checked; returns false when an exception is pending.
@@ -63,8 +111,44 @@ bool WriteVersion(JNIEnv* env, jclass cls, jobject object, const CK_VERSION* ver
 
 }  // namespace
 
+void CopyCKInfoToJInfo(JNIEnv* env, const CK_INFO* info, jobject object) {
+    CopyFields(env, jn::kInfo, info, object, kInfoFields);
+}
+
+void CopyCKSlotInfoToJSlotInfo(JNIEnv* env, const CK_SLOT_INFO* info, jobject object) {
+    CopyFields(env, jn::kSlotInfo, info, object, kSlotInfoFields);
+}
+
+void CopyCKTokenInfoToJTokenInfo(JNIEnv* env, const CK_TOKEN_INFO* info, jobject object) {
+    CopyFields(env, jn::kTokenInfo, info, object, kTokenInfoFields);
+}
+
+void CopyCKMechanismInfoToJMechanismInfo(JNIEnv* env, const CK_MECHANISM_INFO* info, jobject object) {
+    CopyFields(env, jn::kMechanismInfo, info, object, kMechanismInfoFields);
+}
+
+// Written out rather than driven by a table: state is updated in place
+// through setValue on the CK_STATE object that the field holds, and both
+// classes are looked up before one check.
+void CopyCKSessionInfoToJSessionInfo(JNIEnv* env, const CK_SESSION_INFO* info, jobject object) {
+    jclass cls = env->FindClass(jn::kSessionInfo.path);
+    jclass stateCls = env->FindClass(jn::kState.path);
+    if (env->ExceptionCheck() || info == nullptr || object == nullptr) return;
+    const jboolean isInstance = env->IsInstanceOf(object, cls);
+    if (env->ExceptionCheck() || !isInstance) return;
+    SetLongField(env, cls, object, jn::kSessionInfoSlotID, static_cast<jlong>(info->slotID));
+    if (env->ExceptionCheck()) return;
+    jobject state = GetObjectArrayField(env, cls, object, jn::kSessionInfoState);
+    if (env->ExceptionCheck()) return;
+    setLongValue(env, stateCls, state, static_cast<jlong>(info->state));
+    if (env->ExceptionCheck()) return;
+    SetLongField(env, cls, object, jn::kSessionInfoFlags, static_cast<jlong>(info->flags));
+    if (env->ExceptionCheck()) return;
+    SetLongField(env, cls, object, jn::kSessionInfoDeviceError, static_cast<jlong>(info->ulDeviceError));
+}
+
 jobject ckVersionPtrToJVersion(JNIEnv* env, const CK_VERSION* version) {
-    jclass cls = env->FindClass(jn::kVersion);
+    jclass cls = env->FindClass(jn::kVersion.path);
     if (env->ExceptionCheck() || version == nullptr) return nullptr;
     jobject object = env->AllocObject(cls);
     if (env->ExceptionCheck()) return nullptr;
@@ -72,7 +156,7 @@ jobject ckVersionPtrToJVersion(JNIEnv* env, const CK_VERSION* version) {
 }
 
 void CopyCKVersionToJVersion(JNIEnv* env, const CK_VERSION* version, jobject object) {
-    jclass cls = env->FindClass(jn::kVersion);
+    jclass cls = env->FindClass(jn::kVersion.path);
     if (env->ExceptionCheck() || version == nullptr || object == nullptr) return;
     const jboolean isInstance = env->IsInstanceOf(object, cls);
     if (env->ExceptionCheck() || !isInstance) return;

@@ -7,65 +7,68 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "morlin/java_names.h"
 #include "morlin/wrappers.h"
 
 namespace {
 
 // GetFieldID guarded as every accessor needs it: null when cls or obj is
 // null (no JNI call at all) or when the lookup left an exception pending.
-jfieldID FieldOf(JNIEnv* env, jclass cls, jobject obj, const char* name, const char* sig) {
+jfieldID FieldOf(JNIEnv* env, jclass cls, jobject obj, const jn::Field& field) {
     if (cls == nullptr || obj == nullptr) return nullptr;
-    jfieldID id = env->GetFieldID(cls, name, sig);
+    jfieldID id = env->GetFieldID(cls, field.name, field.sig);
     if (env->ExceptionCheck()) return nullptr;
     return id;
 }
 
+// The answer after a store that nothing checked: null if the store left an
+// exception pending, without making the CK_RV object while it is pending.
+jobject Answer(JNIEnv* env, CK_RV rv) { return env->ExceptionCheck() ? nullptr : ckRVToJRV(env, rv); }
+
 }  // namespace
 
-jlong GetIntField(JNIEnv* env, jclass cls, jobject obj, const char* name) {
-    jfieldID id = FieldOf(env, cls, obj, name, "I");
+jlong GetIntField(JNIEnv* env, jclass cls, jobject obj, const jn::IntField& field) {
+    jfieldID id = FieldOf(env, cls, obj, field);
     return id ? static_cast<jlong>(env->GetIntField(obj, id)) : -1;
 }
 
-int GetBoolField(JNIEnv* env, jclass cls, jobject obj, const char* name) {
-    jfieldID id = FieldOf(env, cls, obj, name, "Z");
+int GetBoolField(JNIEnv* env, jclass cls, jobject obj, const jn::BooleanField& field) {
+    jfieldID id = FieldOf(env, cls, obj, field);
     return id ? static_cast<int>(env->GetBooleanField(obj, id)) : -1;
 }
 
-void SetIntField(JNIEnv* env, jclass cls, jobject obj, const char* name, jlong value) {
-    if (jfieldID id = FieldOf(env, cls, obj, name, "I")) env->SetIntField(obj, id, static_cast<jint>(value));
+void SetIntField(JNIEnv* env, jclass cls, jobject obj, const jn::IntField& field, jlong value) {
+    if (jfieldID id = FieldOf(env, cls, obj, field)) env->SetIntField(obj, id, static_cast<jint>(value));
 }
 
-jlong GetLongField(JNIEnv* env, jclass cls, jobject obj, const char* name) {
-    jfieldID id = FieldOf(env, cls, obj, name, "J");
+jlong GetLongField(JNIEnv* env, jclass cls, jobject obj, const jn::LongField& field) {
+    jfieldID id = FieldOf(env, cls, obj, field);
     return id ? env->GetLongField(obj, id) : -1;
 }
 
-void SetLongField(JNIEnv* env, jclass cls, jobject obj, const char* name, jlong value) {
-    if (jfieldID id = FieldOf(env, cls, obj, name, "J")) env->SetLongField(obj, id, value);
+void SetLongField(JNIEnv* env, jclass cls, jobject obj, const jn::LongField& field, jlong value) {
+    if (jfieldID id = FieldOf(env, cls, obj, field)) env->SetLongField(obj, id, value);
 }
 
-jbyteArray GetByteArrayField(JNIEnv* env, jclass cls, jobject obj, const char* name) {
-    jfieldID id = FieldOf(env, cls, obj, name, "[B");
+jbyteArray GetByteArrayField(JNIEnv* env, jclass cls, jobject obj, const jn::BytesField& field) {
+    jfieldID id = FieldOf(env, cls, obj, field);
     return id ? static_cast<jbyteArray>(env->GetObjectField(obj, id)) : nullptr;
 }
 
-jobject GetObjectArrayField(JNIEnv* env, jclass cls, jobject obj, const char* name, const char* signature) {
-    jfieldID id = FieldOf(env, cls, obj, name, signature);
+jobject GetObjectArrayField(JNIEnv* env, jclass cls, jobject obj, const jn::ObjectField& field) {
+    jfieldID id = FieldOf(env, cls, obj, field);
     return id ? env->GetObjectField(obj, id) : nullptr;
 }
 
 char* GetClassName(JNIEnv* env, jobject obj) {
     // Both classes are looked up before the one check, as a batch.
-    jclass objectClass = env->FindClass(jn::kObject);
-    jclass classClass = env->FindClass(jn::kClass);
+    jclass objectClass = env->FindClass(jn::kObject.path);
+    jclass classClass = env->FindClass(jn::kClassClass.path);
     if (env->ExceptionCheck()) return nullptr;
-    jmethodID getClass = env->GetMethodID(objectClass, jn::kGetClass, jn::kGetClassSig);
+    jmethodID getClass = env->GetMethodID(objectClass, jn::kObjectGetClass.name, jn::kObjectGetClass.sig);
     if (env->ExceptionCheck()) return nullptr;
     jobject cls = env->CallObjectMethod(obj, getClass);
     if (env->ExceptionCheck()) return nullptr;
-    jmethodID getName = env->GetMethodID(classClass, jn::kGetName, jn::kGetNameSig);
+    jmethodID getName = env->GetMethodID(classClass, jn::kClassGetName.name, jn::kClassGetName.sig);
     if (env->ExceptionCheck()) return nullptr;
     jobject name = env->CallObjectMethod(cls, getName);
     if (env->ExceptionCheck()) return nullptr;
@@ -80,13 +83,13 @@ char* GetClassName(JNIEnv* env, jobject obj) {
 }
 
 jobject ReturnLongStringToJava(JNIEnv* env, const char* text, jbyteArray bytes, jobject lengthRef) {
-    jclass longRef = env->FindClass(jn::kLongRef);
+    jclass longRef = env->FindClass(jn::kLongRef.path);
     const CK_ULONG length = strlen(text);
     if (env->ExceptionCheck()) return nullptr;
     if (lengthRef == nullptr) return ckRVToJRV(env, CKR_ARGUMENTS_BAD);
     if (bytes == nullptr) {
-        SetLongField(env, longRef, lengthRef, jn::kLongRefValue.name, static_cast<jlong>(length));
-        return ckRVToJRV(env, CKR_OK);
+        SetLongField(env, longRef, lengthRef, jn::kLongRefValue, static_cast<jlong>(length));
+        return Answer(env, CKR_OK);
     }
     jfieldID valueId = env->GetFieldID(longRef, jn::kLongRefValue.name, jn::kLongRefValue.sig);
     if (env->ExceptionCheck()) return nullptr;
@@ -96,13 +99,13 @@ jobject ReturnLongStringToJava(JNIEnv* env, const char* text, jbyteArray bytes, 
     // answer for too little room is CKR_DATA_LEN_RANGE, not the
     // CKR_BUFFER_TOO_SMALL that the token library's two-phase calls give.
     if (length > room) {
-        SetLongField(env, longRef, lengthRef, jn::kLongRefValue.name, static_cast<jlong>(length));
-        return ckRVToJRV(env, CKR_DATA_LEN_RANGE);
+        SetLongField(env, longRef, lengthRef, jn::kLongRefValue, static_cast<jlong>(length));
+        return Answer(env, CKR_DATA_LEN_RANGE);
     }
     CopyCKByteArrayToJByteArray(env, reinterpret_cast<const CK_BYTE*>(text), length, bytes);
     if (env->ExceptionCheck()) return nullptr;
-    SetLongField(env, longRef, lengthRef, jn::kLongRefValue.name, static_cast<jlong>(length));
-    return ckRVToJRV(env, CKR_OK);
+    SetLongField(env, longRef, lengthRef, jn::kLongRefValue, static_cast<jlong>(length));
+    return Answer(env, CKR_OK);
 }
 
 void jByteArrayToCKByteArray(JNIEnv* env, jbyteArray array, CK_BYTE_PTR* pointer, CK_ULONG* length) {

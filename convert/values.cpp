@@ -77,10 +77,10 @@ CK_BYTE ByteToByte(jbyte v) { return static_cast<CK_BYTE>(v); }
 // FindClass, GetMethodID, the unboxing call, each checked; then a fresh
 // one-element buffer. Only the Long conversion tests its allocation.
 template <typename JT, typename CkT, CkT (*Convert)(JT), bool TestsAllocation>
-CkT* BoxedToCK(JNIEnv* env, jobject object, const jn::Boxed& boxed, JT (JNIEnv::*call)(jobject, jmethodID, ...)) {
-    jclass cls = env->FindClass(boxed.cls);
+CkT* BoxedToCK(JNIEnv* env, jobject object, const jn::Method& unbox, JT (JNIEnv::*call)(jobject, jmethodID, ...)) {
+    jclass cls = env->FindClass(unbox.cls);
     if (env->ExceptionCheck()) return nullptr;
-    jmethodID method = env->GetMethodID(cls, boxed.method, boxed.methodSig);
+    jmethodID method = env->GetMethodID(cls, unbox.name, unbox.sig);
     if (env->ExceptionCheck()) return nullptr;
     const JT value = (env->*call)(object, method);
     if (env->ExceptionCheck()) return nullptr;
@@ -114,15 +114,15 @@ jobjectArray CKULongArrayToJWrappers(JNIEnv* env, const CK_ULONG* pointer, CK_UL
 // ---- in-place copies into wrapper arrays ------------------------------------------
 
 void StoreMValue(JNIEnv* env, jclass cls, jobject element, CK_ULONG value) {
-    SetLongField(env, cls, element, jn::kValueField, static_cast<jlong>(value));
+    SetLongField(env, cls, element, jn::kObjectHandleValue, static_cast<jlong>(value));
 }
 void StoreSetValue(JNIEnv* env, jclass cls, jobject element, CK_ULONG value) {
     setLongValue(env, cls, element, static_cast<jlong>(value));
 }
 
 struct WrapperArrayCopy {
-    const char* elementClass;
-    const char* arrayClass;
+    const jn::Class& elementClass;
+    const jn::Class& arrayClass;
     bool arrayClassFirst;  // the order of the two lookups
     bool checksElements;   // IsInstanceOf on each element, stopping at another class
     void (*store)(JNIEnv*, jclass, jobject, CK_ULONG);
@@ -135,11 +135,11 @@ void CopyIntoWrappers(JNIEnv* env, const WrapperArrayCopy& how, const CK_ULONG* 
     jclass cls = nullptr;
     jclass arrayCls = nullptr;
     if (how.arrayClassFirst) {
-        arrayCls = env->FindClass(how.arrayClass);
-        cls = env->FindClass(how.elementClass);
+        arrayCls = env->FindClass(how.arrayClass.path);
+        cls = env->FindClass(how.elementClass.path);
     } else {
-        cls = env->FindClass(how.elementClass);
-        arrayCls = env->FindClass(how.arrayClass);
+        cls = env->FindClass(how.elementClass.path);
+        arrayCls = env->FindClass(how.arrayClass.path);
     }
     if (env->ExceptionCheck() || source == nullptr || array == nullptr) return;
     const jboolean isArray = env->IsInstanceOf(array, arrayCls);
@@ -191,30 +191,30 @@ void jMechanismTypeArrayToCKMechanismTypeArray(JNIEnv* env, jobjectArray array, 
 // ---- boxed values ------------------------------------------------------------------
 
 CK_ULONG_PTR jLongObjectToCKULongPtr(JNIEnv* env, jobject object) {
-    return BoxedToCK<jlong, CK_ULONG, LongToULong, true>(env, object, jn::kBoxedLong, &JNIEnv::CallLongMethod);
+    return BoxedToCK<jlong, CK_ULONG, LongToULong, true>(env, object, jn::kLongValue, &JNIEnv::CallLongMethod);
 }
 
 CK_ULONG_PTR jIntegerObjectToCKULongPtr(JNIEnv* env, jobject object) {
-    return BoxedToCK<jint, CK_ULONG, IntToULong, false>(env, object, jn::kBoxedInteger, &JNIEnv::CallIntMethod);
+    return BoxedToCK<jint, CK_ULONG, IntToULong, false>(env, object, jn::kIntegerValue, &JNIEnv::CallIntMethod);
 }
 
 CK_CHAR_PTR jCharObjectToCKCharPtr(JNIEnv* env, jobject object) {
-    return BoxedToCK<jchar, CK_CHAR, CharToChar, false>(env, object, jn::kBoxedChar, &JNIEnv::CallCharMethod);
+    return BoxedToCK<jchar, CK_CHAR, CharToChar, false>(env, object, jn::kCharValue, &JNIEnv::CallCharMethod);
 }
 
 CK_BYTE_PTR jByteObjectToCKBytePtr(JNIEnv* env, jobject object) {
-    return BoxedToCK<jbyte, CK_BYTE, ByteToByte, false>(env, object, jn::kBoxedByte, &JNIEnv::CallByteMethod);
+    return BoxedToCK<jbyte, CK_BYTE, ByteToByte, false>(env, object, jn::kByteValue, &JNIEnv::CallByteMethod);
 }
 
 CK_BBOOL* jBooleanObjectToCKBBoolPtr(JNIEnv* env, jobject object) {
-    return BoxedToCK<jboolean, CK_BBOOL, BooleanToBBool, false>(env, object, jn::kBoxedBoolean,
+    return BoxedToCK<jboolean, CK_BBOOL, BooleanToBBool, false>(env, object, jn::kBooleanValue,
                                                                 &JNIEnv::CallBooleanMethod);
 }
 
 // ---- CK_DATE ---------------------------------------------------------------------
 
 CK_DATE* jDateObjectToCKDatePtr(JNIEnv* env, jobject object) {
-    jclass cls = env->FindClass(jn::kDate);
+    jclass cls = env->FindClass(jn::kDate.path);
     if (env->ExceptionCheck()) return nullptr;
     const jboolean isDate = env->IsInstanceOf(object, cls);
     if (env->ExceptionCheck() || !isDate) return nullptr;
@@ -222,7 +222,7 @@ CK_DATE* jDateObjectToCKDatePtr(JNIEnv* env, jobject object) {
     auto* base = reinterpret_cast<CK_BYTE_PTR>(date);
     // A null or short field leaves its bytes as malloc left them.
     for (const DateField& f : kDateCopyLayout) {
-        jbyteArray field = GetByteArrayField(env, cls, object, f.name);
+        jbyteArray field = GetByteArrayField(env, cls, object, f.field);
         CopyJByteArrayToCKByteArray(env, field, base + f.offset, f.length);
         if (env->ExceptionCheck()) {
             free(date);
@@ -233,14 +233,14 @@ CK_DATE* jDateObjectToCKDatePtr(JNIEnv* env, jobject object) {
 }
 
 jobject ckDatePtrToJDateObject(JNIEnv* env, const CK_DATE* date) {
-    jclass cls = env->FindClass(jn::kDate);
+    jclass cls = env->FindClass(jn::kDate.path);
     if (env->ExceptionCheck() || date == nullptr) return nullptr;
     jobject object = env->AllocObject(cls);
     if (env->ExceptionCheck()) return nullptr;
     const auto* base = reinterpret_cast<const CK_BYTE*>(date);
     for (size_t i = 0; i < std::size(kDateLayout); ++i) {
         const DateField& f = kDateLayout[i];
-        jfieldID id = env->GetFieldID(cls, f.name, jn::kDateYear.sig);
+        jfieldID id = env->GetFieldID(cls, f.field.name, f.field.sig);
         if (env->ExceptionCheck()) return nullptr;
         jbyteArray field = ckByteArrayToJByteArray(env, base + f.offset, f.length);
         if (env->ExceptionCheck()) return nullptr;
@@ -252,14 +252,14 @@ jobject ckDatePtrToJDateObject(JNIEnv* env, const CK_DATE* date) {
 }
 
 void CopyCKDateToJDate(JNIEnv* env, const CK_DATE* date, jobject object) {
-    jclass cls = env->FindClass(jn::kDate);
+    jclass cls = env->FindClass(jn::kDate.path);
     if (env->ExceptionCheck() || date == nullptr || object == nullptr) return;
     const jboolean isDate = env->IsInstanceOf(object, cls);
     if (env->ExceptionCheck() || !isDate) return;
     const auto* base = reinterpret_cast<const CK_BYTE*>(date);
     for (const DateField& f : kDateCopyLayout) {
         // A null field array is passed over by the copy.
-        jbyteArray field = GetByteArrayField(env, cls, object, f.name);
+        jbyteArray field = GetByteArrayField(env, cls, object, f.field);
         CopyCKByteArrayToJByteArray(env, base + f.offset, f.length, field);
         if (env->ExceptionCheck()) return;
     }
@@ -279,10 +279,10 @@ jlongArray ckULongArrayToJLongArray(JNIEnv* env, const CK_ULONG* pointer, CK_ULO
 }
 
 jobject ckULongPtrToJLongObject(JNIEnv* env, const CK_ULONG* pointer) {
-    jclass cls = env->FindClass(jn::kBoxedLong.cls);
+    jclass cls = env->FindClass(jn::kLong.path);
     const auto value = static_cast<jlong>(*pointer);
     if (env->ExceptionCheck()) return nullptr;
-    jmethodID constructor = env->GetMethodID(cls, jn::kConstructor, jn::kLongConstructorSig);
+    jmethodID constructor = env->GetMethodID(cls, jn::kLongInit.name, jn::kLongInit.sig);
     if (env->ExceptionCheck()) return nullptr;
     jobject object = env->NewObject(cls, constructor, value);
     return env->ExceptionCheck() ? nullptr : object;
@@ -326,8 +326,10 @@ void CopyJByteArrayToCKByteArray(JNIEnv* env, jbyteArray array, CK_BYTE_PTR targ
     env->ReleaseByteArrayElements(array, elements, JNI_ABORT);
 }
 
+// Every class that is updated in place declares the same setValue "(J)V";
+// the method is looked up on the class the caller resolved.
 void setLongValue(JNIEnv* env, jclass cls, jobject object, jlong value) {
-    jmethodID setValue = env->GetMethodID(cls, jn::kSetValue, jn::kSetLongValueSig);
+    jmethodID setValue = env->GetMethodID(cls, jn::kStateSetValue.name, jn::kStateSetValue.sig);
     if (env->ExceptionCheck()) return;
     env->CallVoidMethod(object, setValue, value);
 }

@@ -8,6 +8,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "kaltrix_morlin_constants_CK.h"
+#include "morlin/names/core.h"
+
 extern "C" {
 
 // long GetConstantValue(String name): all ones for "UNAVAILABLE_INFORMATION",
@@ -23,7 +26,7 @@ JNIEXPORT jlong JNICALL Java_kaltrix_morlin_constants_CK_GetConstantValue(JNIEnv
         env->ReleaseStringUTFChars(name, chars);
         return -1;
     }
-    jclass unsupported = env->FindClass("java/lang/UnsupportedOperationException");
+    jclass unsupported = env->FindClass(jn::kUnsupportedOperation.path);
     if (env->ExceptionCheck()) {
         env->ReleaseStringUTFChars(name, chars);
         return 0;

@@ -8,10 +8,11 @@
 #include <cstring>
 
 #include "cryptoki.h"
-#include "morlin/copy_to_java.h"
+#include "kaltrix_morlin_Cryptoki.h"
+#include "morlin/copyToJava.h"
 #include "morlin/frames.h"
-#include "morlin/init_args.h"
-#include "morlin/java_names.h"
+#include "morlin/initArgs.h"
+#include "morlin/names/initArgs.h"
 
 using namespace frame;
 
@@ -30,22 +31,25 @@ jobject InitializeWithoutArgs(JNIEnv* env) {
 // Reads the Java CK_C_INITIALIZE_ARGS into *args. Returns false with an
 // exception pending; the globals may have been set on the way.
 bool ReadInitArgs(JNIEnv* env, jobject jArgs, CK_C_INITIALIZE_ARGS* args) {
-    jclass cls = env->FindClass(jn::kInitArgs);
+    jclass cls = env->FindClass(jn::kInitArgs.path);
     if (env->ExceptionCheck()) return false;
     struct Member {
-        const jn::MutexCallback& callback;
+        const jn::ObjectField& field;
         void* trampoline;
         void** slot;
     };
     const Member members[] = {
-        {jn::kCreateMutex, reinterpret_cast<void*>(&callJCreateMutex), reinterpret_cast<void**>(&args->CreateMutex)},
-        {jn::kDestroyMutex, reinterpret_cast<void*>(&callJDestroyMutex), reinterpret_cast<void**>(&args->DestroyMutex)},
-        {jn::kLockMutex, reinterpret_cast<void*>(&callJLockMutex), reinterpret_cast<void**>(&args->LockMutex)},
-        {jn::kUnlockMutex, reinterpret_cast<void*>(&callJUnlockMutex), reinterpret_cast<void**>(&args->UnlockMutex)},
+        {jn::kInitArgsCreateMutex, reinterpret_cast<void*>(&callJCreateMutex),
+         reinterpret_cast<void**>(&args->CreateMutex)},
+        {jn::kInitArgsDestroyMutex, reinterpret_cast<void*>(&callJDestroyMutex),
+         reinterpret_cast<void**>(&args->DestroyMutex)},
+        {jn::kInitArgsLockMutex, reinterpret_cast<void*>(&callJLockMutex), reinterpret_cast<void**>(&args->LockMutex)},
+        {jn::kInitArgsUnlockMutex, reinterpret_cast<void*>(&callJUnlockMutex),
+         reinterpret_cast<void**>(&args->UnlockMutex)},
     };
     bool anyCallback = false;
     for (const Member& m : members) {
-        jfieldID id = env->GetFieldID(cls, m.callback.field.name, m.callback.field.sig);
+        jfieldID id = env->GetFieldID(cls, m.field.name, m.field.sig);
         if (env->ExceptionCheck()) return false;
         jobject callback = env->GetObjectField(jArgs, id);
         if (env->ExceptionCheck()) return false;
@@ -110,22 +114,22 @@ JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_C_1Initialize(JNIEnv* env
 // it came. The globals stand during the call (the token library may still
 // destroy mutexes) and are cleared only if it answers CKR_OK.
 JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_C_1Finalize(JNIEnv* env, jclass, jobject reserved) {
-    return PassThroughFrame<C_Finalize, ClearInitArgsOnSuccess>(env, static_cast<CK_VOID_PTR>(reserved));
+    return PassThrough<C_Finalize, ClearInitArgsOnSuccess>(env, static_cast<CK_VOID_PTR>(reserved));
 }
 
-// CK_RV C_GetInfo(CK_INFO pInfo): query frame.
+// CK_RV C_GetInfo(CK_INFO pInfo): the query shape.
 JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_C_1GetInfo(JNIEnv* env, jclass, jobject info) {
-    return QueryFrame<C_GetInfo, CopyCKInfoToJInfo>(env, info);
+    return Call<C_GetInfo>(env, Info<CopyCKInfoToJInfo>{info});
 }
 
-// CK_RV C_GetFunctionStatus(CK_SESSION_HANDLE hSession): session frame.
+// CK_RV C_GetFunctionStatus(CK_SESSION_HANDLE hSession).
 JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_C_1GetFunctionStatus(JNIEnv* env, jclass, jobject session) {
-    return CallFrame<C_GetFunctionStatus>(env, true, Session{session});
+    return Call<C_GetFunctionStatus>(env, Session{session});
 }
 
-// CK_RV C_CancelFunction(CK_SESSION_HANDLE hSession): session frame.
+// CK_RV C_CancelFunction(CK_SESSION_HANDLE hSession).
 JNIEXPORT jobject JNICALL Java_kaltrix_morlin_Cryptoki_C_1CancelFunction(JNIEnv* env, jclass, jobject session) {
-    return CallFrame<C_CancelFunction>(env, true, Session{session});
+    return Call<C_CancelFunction>(env, Session{session});
 }
 
 }  // extern "C"

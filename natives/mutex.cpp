@@ -12,10 +12,21 @@
 #include <jni.h>
 
 #include "cryptoki.h"
-#include "morlin/init_args.h"
-#include "morlin/java_names.h"
+#include "morlin/initArgs.h"
+#include "morlin/names/initArgs.h"
 
 namespace {
+
+// One callback: the field of CK_C_INITIALIZE_ARGS that holds the Java object,
+// and the method of the interface that object implements.
+struct MutexCallback {
+    const jn::ObjectField& field;
+    const jn::Method& method;
+};
+constexpr MutexCallback kCreate{jn::kInitArgsCreateMutex, jn::kCreateMutexMethod};
+constexpr MutexCallback kDestroy{jn::kInitArgsDestroyMutex, jn::kDestroyMutexMethod};
+constexpr MutexCallback kLock{jn::kInitArgsLockMutex, jn::kLockMutexMethod};
+constexpr MutexCallback kUnlock{jn::kInitArgsUnlockMutex, jn::kUnlockMutexMethod};
 
 // The environment of the calling thread, and whether to detach afterwards.
 struct ThreadEnv {
@@ -45,16 +56,16 @@ bool AttachEnv(ThreadEnv& t) {
 
 // Resolves the callback object from gInitArgsObject's field and the method
 // of its interface. Returns false with an exception pending.
-bool ResolveCallback(JNIEnv* env, const jn::MutexCallback& cb, jobject* receiver, jmethodID* method) {
-    jclass argsClass = env->FindClass(jn::kInitArgs);
+bool ResolveCallback(JNIEnv* env, const MutexCallback& cb, jobject* receiver, jmethodID* method) {
+    jclass argsClass = env->FindClass(jn::kInitArgs.path);
     if (env->ExceptionCheck()) return false;
-    jclass iface = env->FindClass(cb.iface);
+    jclass iface = env->FindClass(cb.method.cls);
     if (env->ExceptionCheck()) return false;
     jfieldID field = env->GetFieldID(argsClass, cb.field.name, cb.field.sig);
     if (env->ExceptionCheck()) return false;
     *receiver = env->GetObjectField(gInitArgsObject, field);
     if (env->ExceptionCheck()) return false;
-    *method = env->GetMethodID(iface, cb.method, cb.methodSig);
+    *method = env->GetMethodID(iface, cb.method.name, cb.method.sig);
     return !env->ExceptionCheck();
 }
 
@@ -66,7 +77,7 @@ void DetachIfAttached(ThreadEnv& t) {
 
 // Destroy, lock and unlock: the Java method's long is the answer. A missing
 // JVM is taken as success for these three.
-template <const jn::MutexCallback& Callback, bool DeleteMutexRef>
+template <const MutexCallback& Callback, bool DeleteMutexRef>
 CK_RV CallJMutexMethod(CK_VOID_PTR mutex) {
     if (mutex == nullptr) return CKR_MUTEX_BAD;
     ThreadEnv t;
@@ -97,7 +108,7 @@ CK_RV callJCreateMutex(CK_VOID_PTR_PTR ppMutex) {
     if (!FindJvm(t)) return CKR_MUTEX_BAD;  // unlike the other three, no JVM is a failure here
     jobject receiver = nullptr;
     jmethodID method = nullptr;
-    if (AttachEnv(t) && ResolveCallback(t.env, jn::kCreateMutex, &receiver, &method)) {
+    if (AttachEnv(t) && ResolveCallback(t.env, kCreate, &receiver, &method)) {
         jobject mutex = t.env->CallObjectMethod(receiver, method);
         if (!t.env->ExceptionCheck()) {
             jobject ref = t.env->NewGlobalRef(mutex);
@@ -112,6 +123,6 @@ CK_RV callJCreateMutex(CK_VOID_PTR_PTR ppMutex) {
     return *ppMutex != nullptr ? CKR_OK : CKR_MUTEX_BAD;
 }
 
-CK_RV callJDestroyMutex(CK_VOID_PTR pMutex) { return CallJMutexMethod<jn::kDestroyMutex, true>(pMutex); }
-CK_RV callJLockMutex(CK_VOID_PTR pMutex) { return CallJMutexMethod<jn::kLockMutex, false>(pMutex); }
-CK_RV callJUnlockMutex(CK_VOID_PTR pMutex) { return CallJMutexMethod<jn::kUnlockMutex, false>(pMutex); }
+CK_RV callJDestroyMutex(CK_VOID_PTR pMutex) { return CallJMutexMethod<kDestroy, true>(pMutex); }
+CK_RV callJLockMutex(CK_VOID_PTR pMutex) { return CallJMutexMethod<kLock, false>(pMutex); }
+CK_RV callJUnlockMutex(CK_VOID_PTR pMutex) { return CallJMutexMethod<kUnlock, false>(pMutex); }

@@ -8,6 +8,7 @@
 // stack buffer; nothing is allocated on either road.
 #include <jni.h>
 
+#include "kaltrix_morlin_CTUtil.h"
 #include "morlin/jutil.h"
 #include "morlin/values.h"
 #include "morlin/wrappers.h"

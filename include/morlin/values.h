@@ -17,9 +17,10 @@
 #include <jni.h>
 
 #include <cstddef>
+#include <tuple>
 
 #include "cryptoki.h"
-#include "morlin/java_names.h"
+#include "morlin/names/core.h"
 
 // ---- arrays from Java: operation(env, array, &pointer, &length) --------------
 // A null array gives null and 0. The long, boolean and char arrays report
@@ -53,23 +54,23 @@ CK_BBOOL* jBooleanObjectToCKBBoolPtr(JNIEnv* env, jobject object);
 // ---- CK_DATE ---------------------------------------------------------------------
 // One byte[] field of the Java CK_DATE and where its bytes sit in a CK_DATE.
 struct DateField {
-    const char* name;
+    const jn::BytesField& field;
     std::size_t offset;
     std::size_t length;
 };
 // The true layout: year at 0, month at 4, day at 6.
 inline constexpr DateField kDateLayout[] = {
-    {jn::kDateYear.name, 0, 4},
-    {jn::kDateMonth.name, 4, 2},
-    {jn::kDateDay.name, 6, 2},
+    {jn::kDateYear, 0, 4},
+    {jn::kDateMonth, 4, 2},
+    {jn::kDateDay, 6, 2},
 };
 // The layout of the in-place date copies, in both directions, and of
 // jDateObjectToCKDatePtr: the month at offset 0, over the first two digits of
 // the year, and the month bytes of the structure left alone. Meant; keep it.
 inline constexpr DateField kDateCopyLayout[] = {
-    {jn::kDateYear.name, 0, 4},
-    {jn::kDateMonth.name, 0, 2},
-    {jn::kDateDay.name, 6, 2},
+    {jn::kDateYear, 0, 4},
+    {jn::kDateMonth, 0, 2},
+    {jn::kDateDay, 6, 2},
 };
 
 // malloc(8), not zeroed; null for another class or with an exception pending.
@@ -101,5 +102,16 @@ void CopyCKMechanismTypeArrayToJMechanismTypeArray(JNIEnv* env, const CK_MECHANI
 void CopyJByteArrayToCKByteArray(JNIEnv* env, jbyteArray array, CK_BYTE_PTR target, CK_ULONG maximum);
 // object.setValue(value) through the "(J)V" method of cls.
 void setLongValue(JNIEnv* env, jclass cls, jobject object, jlong value);
+
+// ---- argument kinds of the frames (see frames.h) -----------------------------------
+namespace frame {
+
+// A Java boolean as CK_BBOOL: CK_TRUE only if it is exactly 1.
+struct Bool {
+    jboolean value;
+    std::tuple<CK_BBOOL> args() const { return {value == 1 ? CK_TRUE : CK_FALSE}; }
+};
+
+}  // namespace frame
 
 #endif

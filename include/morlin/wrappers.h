@@ -12,6 +12,8 @@
 
 #include <jni.h>
 
+#include <tuple>
+
 #include "cryptoki.h"
 
 // The twelve numeric wrapper classes, in one table (see wrappers.cpp).
@@ -63,5 +65,29 @@ MORLIN_WRAPPER_PAIRS(MORLIN_DECLARE_WRAPPER_PAIR_)
 CK_BBOOL jBBoolToCKBBool(JNIEnv* env, jobject object);
 // Through setValue(Z)V: true only for exactly 1, so 2 reads as false.
 jobject ckBBoolToJBBool(JNIEnv* env, CK_BBOOL value);
+
+// ---- argument kinds of the frames (see frames.h) -----------------------------------
+namespace frame {
+
+// A wrapper argument converted by its row; no check, since a null or
+// wrong-class wrapper is data for the token library to judge.
+template <CK_ULONG (*ToCK)(JNIEnv*, jobject)>
+struct WrapperArg {
+    jobject object;
+    CK_ULONG value = 0;
+
+    bool convert(JNIEnv* env) {
+        value = ToCK(env, object);
+        return !env->ExceptionCheck();
+    }
+    std::tuple<CK_ULONG> args() const { return {value}; }
+};
+
+using Session = WrapperArg<jSessionHandleToCKSessionHandle>;
+using Object = WrapperArg<jObjectHandleToCKObjectHandle>;
+using UserType = WrapperArg<jUserTypeToCKUserType>;
+using MechType = WrapperArg<jMechanismTypeToCKMechanismType>;
+
+}  // namespace frame
 
 #endif

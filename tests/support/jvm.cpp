@@ -6,7 +6,7 @@
 #include <optional>
 #include <sstream>
 
-#include "faults.h"
+#include "jniMonitor.h"
 
 // The class path of the test JVM: morlin.jar and the test-only classes,
 // given by the build.
@@ -228,34 +228,14 @@ void JniTest::setLong(jobject obj, const char* field, jlong value) {
     env->SetLongField(obj, fieldOf(obj, field, "J"), value);
 }
 
-jint JniTest::getInt(jobject obj, const char* field) {
-    HelperScope scope(env);
-    return env->GetIntField(obj, fieldOf(obj, field, "I"));
-}
-
-void JniTest::setInt(jobject obj, const char* field, jint value) {
-    HelperScope scope(env);
-    env->SetIntField(obj, fieldOf(obj, field, "I"), value);
-}
-
 bool JniTest::getBoolean(jobject obj, const char* field) {
     HelperScope scope(env);
     return env->GetBooleanField(obj, fieldOf(obj, field, "Z")) != JNI_FALSE;
 }
 
-void JniTest::setBoolean(jobject obj, const char* field, bool value) {
-    HelperScope scope(env);
-    env->SetBooleanField(obj, fieldOf(obj, field, "Z"), value ? JNI_TRUE : JNI_FALSE);
-}
-
 jbyte JniTest::getByte(jobject obj, const char* field) {
     HelperScope scope(env);
     return env->GetByteField(obj, fieldOf(obj, field, "B"));
-}
-
-void JniTest::setByte(jobject obj, const char* field, jbyte value) {
-    HelperScope scope(env);
-    env->SetByteField(obj, fieldOf(obj, field, "B"), value);
 }
 
 jobject JniTest::getObject(jobject obj, const char* field, const char* signature) {
@@ -324,12 +304,78 @@ std::string JniTest::readString(jstring string) {
     return text;
 }
 
+jobjectArray JniTest::makeObjects(const char* elementClass, const std::vector<jobject>& elements) {
+    jclass cls = findClass(elementClass);
+    HelperScope scope(env);
+    jobjectArray array = env->NewObjectArray(static_cast<jsize>(elements.size()), cls, nullptr);
+    if (env->ExceptionCheck()) throw HelperFailure("NewObjectArray failed: " + takeException());
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        env->SetObjectArrayElement(array, static_cast<jsize>(i), elements[i]);
+        if (env->ExceptionCheck()) throw HelperFailure("SetObjectArrayElement failed: " + takeException());
+    }
+    return array;
+}
+
+std::vector<jobject> JniTest::readObjects(jobjectArray array) {
+    if (array == nullptr) throw HelperFailure("readObjects of a null array");
+    HelperScope scope(env);
+    std::vector<jobject> out(static_cast<std::size_t>(env->GetArrayLength(array)));
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        out[i] = env->GetObjectArrayElement(array, static_cast<jsize>(i));
+        if (env->ExceptionCheck()) throw HelperFailure("GetObjectArrayElement failed: " + takeException());
+    }
+    return out;
+}
+
+bool JniTest::isInstance(jobject obj, const char* className) {
+    jclass cls = findClass(className);
+    HelperScope scope(env);
+    return env->IsInstanceOf(obj, cls) == JNI_TRUE;
+}
+
+void JniTest::setStaticBoolean(const char* className, const char* field, bool value) {
+    jclass cls = findClass(className);
+    HelperScope scope(env);
+    jfieldID id = env->GetStaticFieldID(cls, field, "Z");
+    if (env->ExceptionCheck()) throw HelperFailure(std::string("no static boolean ") + field + ": " + takeException());
+    env->SetStaticBooleanField(cls, id, value ? JNI_TRUE : JNI_FALSE);
+}
+
+void JniTest::setStaticLong(const char* className, const char* field, jlong value) {
+    jclass cls = findClass(className);
+    HelperScope scope(env);
+    jfieldID id = env->GetStaticFieldID(cls, field, "J");
+    if (env->ExceptionCheck()) throw HelperFailure(std::string("no static long ") + field + ": " + takeException());
+    env->SetStaticLongField(cls, id, value);
+}
+
+jobject JniTest::callStatic(const char* className, const char* method, const char* signature,
+                            const std::vector<jvalue>& args) {
+    jclass cls = findClass(className);
+    HelperScope scope(env);
+    jmethodID id = env->GetStaticMethodID(cls, method, signature);
+    if (env->ExceptionCheck()) throw HelperFailure(std::string("no static method ") + method + ": " + takeException());
+    const bool returnsVoid = std::string(signature).back() == 'V';
+    jobject result = nullptr;
+    if (returnsVoid) {
+        env->CallStaticVoidMethodA(cls, id, args.data());
+    } else {
+        result = env->CallStaticObjectMethodA(cls, id, args.data());
+    }
+    if (env->ExceptionCheck()) throw HelperFailure(std::string(method) + " threw: " + takeException());
+    return result;
+}
+
 bool JniTest::pending() {
     Unpatched real(env);
     return env->ExceptionCheck() == JNI_TRUE;
 }
 
-std::string JniTest::pendingClassName() {
+std::string JniTest::pendingClassName() { return morlin_test::pendingClassName(env); }
+
+std::string JniTest::takeException(std::string* message) { return morlin_test::takeException(env, message); }
+
+std::string pendingClassName(JNIEnv* env) {
     Unpatched real(env);
     jthrowable t = env->ExceptionOccurred();
     if (t == nullptr) return "";
@@ -340,7 +386,7 @@ std::string JniTest::pendingClassName() {
     return name;
 }
 
-std::string JniTest::takeException(std::string* message) {
+std::string takeException(JNIEnv* env, std::string* message) {
     Unpatched real(env);
     jthrowable t = env->ExceptionOccurred();
     if (t == nullptr) return "";

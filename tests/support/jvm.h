@@ -14,18 +14,6 @@
 //   LSAN_OPTIONS=suppressions=<this directory>/lsan.supp
 // so the JVM's handler is the one that sees those signals, and the JVM's own
 // allocations are not reported as leaks.
-//
-//   class ConvertTest : public morlin_test::JniTest {};
-//
-//   TEST_F(ConvertTest, CopiesBytes) {
-//       jbyteArray array = makeBytes({1, 2, 3});
-//       CK_BYTE_PTR p = nullptr;
-//       CK_ULONG n = 0;
-//       jByteArrayToCKByteArray(env, array, &p, &n);
-//       ASSERT_FALSE(pending());
-//       EXPECT_EQ(std::vector<unsigned char>(p, p + n), readBytes(array));
-//       free(p);
-//   }
 #ifndef MORLIN_TEST_JVM_H
 #define MORLIN_TEST_JVM_H
 
@@ -46,6 +34,13 @@ JavaVM* vm();
 // JVM is attached as a daemon and detached when it ends. Null without a JVM.
 JNIEnv* env();
 
+// Class of the pending exception, dotted, which stays pending; "" if none.
+std::string pendingClassName(JNIEnv* env);
+// Clears the pending exception and returns its class name, with its
+// getMessage() in *message if asked for ("" for a null message); "" if none
+// was pending. Only tests clear exceptions.
+std::string takeException(JNIEnv* env, std::string* message = nullptr);
+
 // Thrown by the JniTest helpers when the test's own set-up goes wrong (a
 // class or field that does not exist, a null array to read): GoogleTest
 // reports it as a failure of the test and goes on to TearDown. Going on with
@@ -60,8 +55,8 @@ public:
 // fails a test that leaves a Java exception pending, then clears it, so that
 // one test cannot poison the next.
 //
-// The helpers are test code: they run on the unpatched function table even
-// inside an armed Fault, so they are neither counted nor failed. Class names
+// The helpers are test code: they run on the unmonitored function table even
+// inside a JniMonitor, so they are neither counted nor failed. Class names
 // are binary names with slashes ("kaltrix/morlin/CK_VERSION"); exception
 // class names come back dotted, as Class.getName gives them.
 class JniTest : public ::testing::Test {
@@ -80,12 +75,8 @@ protected:
     // for object fields ("[B", "Lkaltrix/morlin/CK_VERSION;", ...).
     jlong getLong(jobject obj, const char* field);
     void setLong(jobject obj, const char* field, jlong value);
-    jint getInt(jobject obj, const char* field);
-    void setInt(jobject obj, const char* field, jint value);
     bool getBoolean(jobject obj, const char* field);
-    void setBoolean(jobject obj, const char* field, bool value);
     jbyte getByte(jobject obj, const char* field);
-    void setByte(jobject obj, const char* field, jbyte value);
     jobject getObject(jobject obj, const char* field, const char* signature);
     void setObject(jobject obj, const char* field, const char* signature, jobject value);
 
@@ -97,6 +88,17 @@ protected:
     std::vector<jlong> readLongs(jlongArray array);
     jstring makeString(const char* modifiedUtf8);
     std::string readString(jstring string);
+    // An array of the class holding the elements, and the elements of one.
+    jobjectArray makeObjects(const char* elementClass, const std::vector<jobject>& elements);
+    std::vector<jobject> readObjects(jobjectArray array);
+    bool isInstance(jobject obj, const char* className);
+
+    // Static members, for test doubles that a test steers (fields of type
+    // boolean and long; methods returning an object or nothing).
+    void setStaticBoolean(const char* className, const char* field, bool value);
+    void setStaticLong(const char* className, const char* field, jlong value);
+    jobject callStatic(const char* className, const char* method, const char* signature,
+                       const std::vector<jvalue>& args = {});
 
     // Whether a Java exception is pending.
     bool pending();

@@ -14,10 +14,10 @@ public final class ScriptedMutexes {
     public static volatile boolean lockThrows;
     public static volatile boolean destroyThrows;
     public static volatile long lockAnswer;
-    public static final AtomicInteger creates = new AtomicInteger();
-    public static final AtomicInteger locks = new AtomicInteger();
-    public static final AtomicInteger unlocks = new AtomicInteger();
-    public static final AtomicInteger destroys = new AtomicInteger();
+    private static final AtomicInteger creates = new AtomicInteger();
+    private static final AtomicInteger locks = new AtomicInteger();
+    private static final AtomicInteger unlocks = new AtomicInteger();
+    private static final AtomicInteger destroys = new AtomicInteger();
 
     private ScriptedMutexes() {
     }
@@ -31,6 +31,11 @@ public final class ScriptedMutexes {
         locks.set(0);
         unlocks.set(0);
         destroys.set(0);
+    }
+
+    /** How often each callback ran: creates, locks, unlocks, destroys. */
+    public static long[] counts() {
+        return new long[] {creates.get(), locks.get(), unlocks.get(), destroys.get()};
     }
 
     /** Arguments with the callbacks chosen by the four flags set, and the given flags word. */

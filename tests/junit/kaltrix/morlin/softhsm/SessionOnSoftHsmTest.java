@@ -4,13 +4,6 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertNotEquals;
 import static org.junit.jupiter.api.Assertions.assertSame;
 
-import java.util.ArrayList;
-import java.util.List;
-import java.util.concurrent.Callable;
-import java.util.concurrent.ExecutorService;
-import java.util.concurrent.Executors;
-import java.util.concurrent.Future;
-import kaltrix.morlin.CK_C_INITIALIZE_ARGS;
 import kaltrix.morlin.CK_OBJECT_HANDLE;
 import kaltrix.morlin.CK_SESSION_HANDLE;
 import kaltrix.morlin.CK_SESSION_INFO;
@@ -134,44 +127,5 @@ class SessionOnSoftHsmTest {
                 Cryptoki.C_SetOperationState(session, state, state.length, none, none).m_value);
         assertEquals(CK.CKR_ARGUMENTS_BAD,
                 Cryptoki.C_SetOperationState(session, state, 0, none, none).m_value);
-    }
-
-    /** Sessions opened, used and closed by several threads, with Java locking SoftHSM2. */
-    @Test
-    void sessionsFromSeveralThreadsUnderJavaMutexes() throws Exception {
-        assertEquals(CK.CKR_OK, Cryptoki.C_Initialize(CK_C_INITIALIZE_ARGS.withReentrantLocks(0)).m_value);
-        long slot = SoftHsmToken.slot();
-        int threads = 6;
-        ExecutorService pool = Executors.newFixedThreadPool(threads);
-        try {
-            List<Callable<String>> work = new ArrayList<>();
-            for (int t = 0; t < threads; t++) {
-                work.add(() -> {
-                    for (int i = 0; i < 50; i++) {
-                        CK_SESSION_HANDLE s = new CK_SESSION_HANDLE();
-                        long rv = Cryptoki.C_OpenSession(slot, CK.CKF_SERIAL_SESSION, null, null, s).m_value;
-                        if (rv != CK.CKR_OK) {
-                            return "open: " + rv;
-                        }
-                        CK_SESSION_INFO info = new CK_SESSION_INFO();
-                        rv = Cryptoki.C_GetSessionInfo(s, info).m_value;
-                        if (rv != CK.CKR_OK || info.slotID != slot) {
-                            return "info: " + rv;
-                        }
-                        rv = Cryptoki.C_CloseSession(s).m_value;
-                        if (rv != CK.CKR_OK) {
-                            return "close: " + rv;
-                        }
-                    }
-                    return "";
-                });
-            }
-            for (Future<String> f : pool.invokeAll(work)) {
-                assertEquals("", f.get());
-            }
-        } finally {
-            pool.shutdown();
-        }
-        assertEquals(CK.CKR_OK, Cryptoki.C_Finalize(null).m_value);
     }
 }

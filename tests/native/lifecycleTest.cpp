@@ -1,0 +1,72 @@
+// C_Initialize without callbacks, C_Finalize, C_GetInfo, C_GetFunctionStatus
+// and C_CancelFunction beyond what their frame and sweep row pin.
+#include "bridgeTest.h"
+#include "morlin/initArgs.h"
+
+namespace morlin_test {
+namespace {
+
+class LifecycleTest : public BridgeTest {};
+
+TEST_F(LifecycleTest, InitializeWithNullPassesNullAndLeavesStateClear) {
+    fake::enqueue("C_Initialize", fake::Reply().returns(CKR_CRYPTOKI_ALREADY_INITIALIZED));
+    EXPECT_EQ(rvOf(Java_kaltrix_morlin_Cryptoki_C_1Initialize(env, nullptr, nullptr)),
+              CKR_CRYPTOKI_ALREADY_INITIALIZED);
+    auto call = fake::last("C_Initialize");
+    ASSERT_TRUE(call);
+    EXPECT_FALSE(call->initArgs.has_value());
+    EXPECT_EQ(gInitArgs, nullptr);
+    EXPECT_EQ(gInitArgsObject, nullptr);
+}
+
+TEST_F(LifecycleTest, FinalizeHandsOnTheReservedReferenceUnconverted) {
+    jobject reserved = makeString("reserved");
+    EXPECT_EQ(rvOf(Java_kaltrix_morlin_Cryptoki_C_1Finalize(env, nullptr, reserved)), CKR_OK);
+    auto call = fake::last("C_Finalize");
+    ASSERT_TRUE(call);
+    EXPECT_EQ(call->pointers, (std::vector<std::uintptr_t>{reinterpret_cast<std::uintptr_t>(reserved)}));
+    fake::enqueue("C_Finalize", fake::Reply().returns(CKR_CRYPTOKI_NOT_INITIALIZED));
+    EXPECT_EQ(rvOf(Java_kaltrix_morlin_Cryptoki_C_1Finalize(env, nullptr, nullptr)), CKR_CRYPTOKI_NOT_INITIALIZED);
+}
+
+TEST_F(LifecycleTest, GetInfoWritesNothingOnAnErrorOrIntoAnotherClass) {
+    CK_INFO info{};
+    info.flags = 5;
+    fake::enqueue("C_GetInfo", fake::Reply().info(info).returns(CKR_DEVICE_ERROR));
+    jobject jInfo = allocObject(jn::kInfo.path);
+    EXPECT_EQ(rvOf(Java_kaltrix_morlin_Cryptoki_C_1GetInfo(env, nullptr, jInfo)), CKR_DEVICE_ERROR);
+    EXPECT_EQ(getObject(jInfo, "manufacturerID", "[B"), nullptr);
+    EXPECT_EQ(getLong(jInfo, "flags"), 0);
+
+    EXPECT_EQ(rvOf(Java_kaltrix_morlin_Cryptoki_C_1GetInfo(env, nullptr, nullptr)), CKR_ARGUMENTS_BAD);
+    EXPECT_EQ(fake::count("C_GetInfo"), 1u);
+    // Another class: the token library is asked, CKR_OK, nothing written.
+    fake::enqueue("C_GetInfo", fake::Reply().info(info));
+    jobject other = allocObject(jn::kVersion.path);
+    EXPECT_EQ(rvOf(Java_kaltrix_morlin_Cryptoki_C_1GetInfo(env, nullptr, other)), CKR_OK);
+    EXPECT_EQ(fake::count("C_GetInfo"), 2u);
+    EXPECT_EQ(getByte(other, "major"), 0);
+}
+
+// A null session goes through as all bits set, another class as 0, and the
+// token library's answer comes back as it is.
+TEST_F(LifecycleTest, SessionNativesConvertTheWrapper) {
+    using Native = jobject (*)(JNIEnv*, jclass, jobject);
+    const std::pair<const char*, Native> natives[] = {
+        {"C_GetFunctionStatus", Java_kaltrix_morlin_Cryptoki_C_1GetFunctionStatus},
+        {"C_CancelFunction", Java_kaltrix_morlin_Cryptoki_C_1CancelFunction},
+    };
+    for (auto [name, native] : natives) {
+        SCOPED_TRACE(name);
+        fake::enqueue(name, fake::Reply().returns(CKR_FUNCTION_NOT_PARALLEL));
+        EXPECT_EQ(rvOf(native(env, nullptr, session(0x1234))), CKR_FUNCTION_NOT_PARALLEL);
+        native(env, nullptr, nullptr);
+        native(env, nullptr, handle(7));
+        std::vector<CK_ULONG> sessions;
+        for (const fake::Call& c : fake::calls(name)) sessions.push_back(c.scalars[0]);
+        EXPECT_EQ(sessions, (std::vector<CK_ULONG>{0x1234, ~0UL, 0}));
+    }
+}
+
+}  // namespace
+}  // namespace morlin_test

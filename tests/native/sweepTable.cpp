@@ -1,0 +1,265 @@
+// One row for every native: how to call it with arguments that take it down
+// its longest road, and which token function it must reach. One test sweeps
+// every row (sweep.h says what each run must show); another fails when a
+// native that the Java side declares has no row.
+#include <dirent.h>
+
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <regex>
+#include <set>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "bridgeTest.h"
+#include "morlin/initArgs.h"
+#include "sweep.h"
+
+namespace morlin_test {
+namespace {
+
+constexpr const char* kScripted = "kaltrix/morlin/testing/ScriptedMutexes";
+
+// The JNI name of a native and the native itself, from the same tokens.
+#define NATIVE(cls, method) "Java_kaltrix_morlin_" #cls "_" #method, Java_kaltrix_morlin_##cls##_##method
+
+class SweepTable : public BridgeTest {
+protected:
+    // A row calling native with the arguments that args() makes afresh for
+    // every run. Rows of class Cryptoki expect CKR_OK from the run without a
+    // fault, as each row scripts the fake to answer.
+    template <class R, class... P, class Args>
+    SweepCase row(const char* name, R (*native)(JNIEnv*, jclass, P...), const char* reaches, Args args) {
+        SweepCase c;
+        c.name = name;
+        c.reaches = reaches;
+        c.run = [this, native, args] {
+            return Result::of(std::apply(native, std::tuple_cat(std::make_tuple(env, jclass{}), args())));
+        };
+        if (std::string(name).find("_Cryptoki_") != std::string::npos)
+            c.checkClean = [this](const Result& r) { EXPECT_EQ(rvOf(r.object), CKR_OK); };
+        return c;
+    }
+    template <class... P, class Args>
+    SweepCase row(const char* name, jobject (*native)(JNIEnv*, jclass, P...), Args args) {
+        return row(name, native, "", args);
+    }
+
+    jobject initArgs(bool callbacks, jlong flags) {
+        jvalue a[5];
+        a[0].z = a[1].z = a[2].z = a[3].z = callbacks;
+        a[4].j = flags;
+        return callStatic(kScripted, "args", "(ZZZZJ)Lkaltrix/morlin/CK_C_INITIALIZE_ARGS;", {a, a + 5});
+    }
+    // C_Finalize, which the fake answers with CKR_OK: back to the clear state.
+    void finalize() { Java_kaltrix_morlin_Cryptoki_C_1Finalize(env, nullptr, nullptr); }
+    jbyteArray bytes(size_t n, unsigned char fill = 0x5A) { return makeBytes(std::vector<unsigned char>(n, fill)); }
+    jbyteArray text(const std::string& s) { return makeBytes({s.begin(), s.end()}); }
+
+    std::vector<SweepCase> rows();
+};
+
+std::vector<SweepCase> SweepTable::rows() {
+    std::vector<SweepCase> t;
+    auto scripted = [](SweepCase c, const char* function, fake::Reply reply) {
+        c.setup = [function, reply] { fake::setDefault(function, reply); };
+        return c;
+    };
+
+    // ---- lifecycle and information -----------------------------------------------
+    t.push_back(row(NATIVE(Cryptoki, C_1Initialize), "C_Initialize", [] { return std::make_tuple(jobject{}); }));
+    {
+        // Arms the mutex callbacks: the global reference and the kept copy
+        // stay until the C_Finalize of the clean-up.
+        SweepCase c =
+            row(NATIVE(Cryptoki, C_1Initialize), "C_Initialize", [this] { return std::make_tuple(initArgs(true, 3)); });
+        c.name += " with callbacks";
+        c.checkClean = [this](const Result& r) {
+            EXPECT_EQ(rvOf(r.object), CKR_OK);
+            EXPECT_NE(gInitArgsObject, nullptr);
+            EXPECT_NE(gInitArgs, nullptr);
+        };
+        c.cleanup = [this] { finalize(); };
+        t.push_back(c);
+        SweepCase flagsOnly = row(NATIVE(Cryptoki, C_1Initialize), "C_Initialize",
+                                  [this] { return std::make_tuple(initArgs(false, 3)); });
+        flagsOnly.name += " with flags only";
+        t.push_back(flagsOnly);
+    }
+    {
+        SweepCase c = row(NATIVE(Cryptoki, C_1Finalize), "C_Finalize", [] { return std::make_tuple(jobject{}); });
+        c.setup = [this] { Java_kaltrix_morlin_Cryptoki_C_1Initialize(env, nullptr, initArgs(true, 0)); };
+        c.checkClean = [this](const Result& r) {
+            EXPECT_EQ(rvOf(r.object), CKR_OK);
+            EXPECT_EQ(gInitArgsObject, nullptr);
+        };
+        t.push_back(c);
+    }
+    CK_INFO info{};
+    info.cryptokiVersion = {2, 40};
+    t.push_back(scripted(
+        row(NATIVE(Cryptoki, C_1GetInfo), "C_GetInfo", [this] { return std::make_tuple(allocObject(jn::kInfo.path)); }),
+        "C_GetInfo", fake::Reply().info(info)));
+    t.push_back(row(NATIVE(Cryptoki, C_1GetFunctionStatus), "C_GetFunctionStatus",
+                    [this] { return std::make_tuple(session(1)); }));
+    t.push_back(
+        row(NATIVE(Cryptoki, C_1CancelFunction), "C_CancelFunction", [this] { return std::make_tuple(session(1)); }));
+    {
+        // The mutex callbacks, called by the token library from inside a
+        // native: their class, field and method lookups are swept too. A
+        // mutex that a failed destroy left behind is destroyed again in the
+        // clean-up, as a token library would retry it.
+        auto mutex = std::make_shared<void*>(nullptr);
+        SweepCase c = row("the four mutex callbacks", Java_kaltrix_morlin_Cryptoki_C_1CancelFunction,
+                          "C_CancelFunction", [this] { return std::make_tuple(session(1)); });
+        c.setup = [this, mutex] {
+            *mutex = nullptr;
+            callStatic(kScripted, "reset", "()V");
+            Java_kaltrix_morlin_Cryptoki_C_1Initialize(env, nullptr, initArgs(true, 0));
+            fake::setDefault("C_CancelFunction", fake::Reply().hook([mutex](const fake::Call&, void* const*) {
+                const CK_C_INITIALIZE_ARGS a = *fake::lastInitArgs();
+                if (a.CreateMutex(mutex.get()) != CKR_OK) return CKR_CANT_LOCK;
+                const CK_RV locked = a.LockMutex(*mutex);
+                if (locked == CKR_OK) a.UnlockMutex(*mutex);
+                if (a.DestroyMutex(*mutex) == CKR_OK) *mutex = nullptr;
+                return locked;
+            }));
+        };
+        c.cleanup = [this, mutex] {
+            if (*mutex != nullptr) {
+                EXPECT_EQ(callJDestroyMutex(*mutex), CKR_OK);
+            }
+            finalize();
+        };
+        t.push_back(c);
+    }
+
+    // ---- slots, tokens and mechanisms ------------------------------------------------
+    t.push_back(scripted(row(NATIVE(Cryptoki, C_1GetSlotList), "C_GetSlotList",
+                             [this] {
+                                 return std::make_tuple(JNI_TRUE, makeLongs({0, 0}), longRef(2));
+                             }),
+                         "C_GetSlotList", fake::Reply().ulongs({7, 8})));
+    t.push_back(scripted(row(NATIVE(Cryptoki, C_1GetSlotInfo), "C_GetSlotInfo",
+                             [this] { return std::make_tuple(jlong{1}, allocObject(jn::kSlotInfo.path)); }),
+                         "C_GetSlotInfo", fake::Reply().info(CK_SLOT_INFO{})));
+    t.push_back(scripted(row(NATIVE(Cryptoki, C_1GetTokenInfo), "C_GetTokenInfo",
+                             [this] { return std::make_tuple(jlong{1}, allocObject(jn::kTokenInfo.path)); }),
+                         "C_GetTokenInfo", fake::Reply().info(CK_TOKEN_INFO{})));
+    t.push_back(scripted(row(NATIVE(Cryptoki, C_1WaitForSlotEvent), "C_WaitForSlotEvent",
+                             [this] { return std::make_tuple(jlong{0}, longRef(0), jobject{}); }),
+                         "C_WaitForSlotEvent", fake::Reply().slot(4)));
+    t.push_back(scripted(row(NATIVE(Cryptoki, C_1GetMechanismList), "C_GetMechanismList",
+                             [this] {
+                                 return std::make_tuple(jlong{1}, wrappers(jn::kMechanismType, {0, 0}), longRef(2));
+                             }),
+                         "C_GetMechanismList", fake::Reply().ulongs({0x1081, 0x1082})));
+    t.push_back(scripted(row(NATIVE(Cryptoki, C_1GetMechanismInfo), "C_GetMechanismInfo",
+                             [this] {
+                                 return std::make_tuple(jlong{1}, wrapper(jn::kMechanismType, 0x1081),
+                                                        allocObject(jn::kMechanismInfo.path));
+                             }),
+                         "C_GetMechanismInfo", fake::Reply().info(CK_MECHANISM_INFO{16, 32, 1})));
+    t.push_back(row(NATIVE(Cryptoki, C_1InitToken), "C_InitToken",
+                    [this] { return std::make_tuple(jlong{1}, text("1234"), jlong{4}, bytes(32, ' ')); }));
+    t.push_back(row(NATIVE(Cryptoki, C_1InitPIN), "C_InitPIN",
+                    [this] { return std::make_tuple(session(1), text("1234"), jlong{4}); }));
+    t.push_back(row(NATIVE(Cryptoki, C_1SetPIN), "C_SetPIN",
+                    [this] { return std::make_tuple(session(1), text("old"), jlong{3}, text("new!"), jlong{4}); }));
+
+    // ---- sessions ----------------------------------------------------------------------
+    t.push_back(scripted(
+        row(NATIVE(Cryptoki, C_1OpenSession), "C_OpenSession",
+            [this] { return std::make_tuple(jlong{1}, jlong{CKF_SERIAL_SESSION}, jobject{}, jobject{}, session(0)); }),
+        "C_OpenSession", fake::Reply().handle(0x42)));
+    t.push_back(
+        row(NATIVE(Cryptoki, C_1CloseSession), "C_CloseSession", [this] { return std::make_tuple(session(1)); }));
+    t.push_back(
+        row(NATIVE(Cryptoki, C_1CloseAllSessions), "C_CloseAllSessions", [] { return std::make_tuple(jlong{1}); }));
+    t.push_back(scripted(row(NATIVE(Cryptoki, C_1GetSessionInfo), "C_GetSessionInfo",
+                             [this] {
+                                 jobject info = allocObject(jn::kSessionInfo.path);
+                                 setObject(info, "state", jn::kSessionInfoState.sig, wrapper(jn::kState, 0));
+                                 return std::make_tuple(session(1), info);
+                             }),
+                         "C_GetSessionInfo", fake::Reply().info(CK_SESSION_INFO{1, 2, 3, 4})));
+    t.push_back(scripted(row(NATIVE(Cryptoki, C_1GetOperationState), "C_GetOperationState",
+                             [this] { return std::make_tuple(session(1), bytes(4), longRef(4)); }),
+                         "C_GetOperationState", fake::Reply().bytes({1, 2, 3})));
+    t.push_back(row(NATIVE(Cryptoki, C_1SetOperationState), "C_SetOperationState",
+                    [this] { return std::make_tuple(session(1), bytes(3), jlong{3}, handle(2), handle(3)); }));
+    t.push_back(row(NATIVE(Cryptoki, C_1Login), "C_Login", [this] {
+        return std::make_tuple(session(1), wrapper(jn::kUserType, CKU_USER), text("1234"), jlong{4});
+    }));
+    t.push_back(row(NATIVE(Cryptoki, C_1Logout), "C_Logout", [this] { return std::make_tuple(session(1)); }));
+
+    // ---- names -------------------------------------------------------------------------
+    auto stringRow = [this](const char* name, jobject (*native)(JNIEnv*, jclass, jobject, jbyteArray, jobject),
+                            const jn::Class& cls, jlong value) {
+        return row(name, native,
+                   [this, &cls, value] { return std::make_tuple(wrapper(cls, value), bytes(64), longRef(64)); });
+    };
+    t.push_back(stringRow(NATIVE(CTUtil, CTU_1GetAttributeTypeString), jn::kAttributeType, CKA_LABEL));
+    t.push_back(stringRow(NATIVE(CTUtil, CTU_1GetErrorString), jn::kRV, CKR_PIN_INCORRECT));
+    t.push_back(stringRow(NATIVE(CTUtil, CTU_1GetKeyTypeString), jn::kKeyType, CKK_AES));
+    t.push_back(stringRow(NATIVE(CTUtil, CTU_1GetMechanismTypeString), jn::kMechanismType, 0x7FFF0000));
+    t.push_back(stringRow(NATIVE(CTUtil, CTU_1GetObjectClassString), jn::kObjectClass, CKO_SECRET_KEY));
+    t.push_back(stringRow(NATIVE(CTUtil, CTU_1GetSessionStateString), jn::kState, CKS_RW_USER_FUNCTIONS));
+    auto valueRow = [this](const char* name, jobject (*native)(JNIEnv*, jclass, jbyteArray), const char* value) {
+        return row(name, native, [this, value] { return std::make_tuple(text(value)); });
+    };
+    t.push_back(valueRow(NATIVE(CTUtil, CTU_1GetAttributeTypeValue), "CKA_LABEL"));
+    t.push_back(valueRow(NATIVE(CTUtil, CTU_1GetErrorValue), "pin incorrect"));
+    t.push_back(valueRow(NATIVE(CTUtil, CTU_1GetKeyTypeValue), "AES"));
+    t.push_back(valueRow(NATIVE(CTUtil, CTU_1GetMechanismTypeValue), "CKM_AES_CBC"));
+    t.push_back(valueRow(NATIVE(CTUtil, CTU_1GetObjectClassValue), "SECRET_KEY"));
+    t.push_back(valueRow(NATIVE(CTUtil, CTU_1GetSessionStateValue), "Read Write User Functions"));
+    for (const char* name : {"UNAVAILABLE_INFORMATION", "MAX"}) {
+        SweepCase c;
+        c.name = std::string("Java_kaltrix_morlin_constants_CK_GetConstantValue of ") + name;
+        c.run = [this, name] {
+            return Result::of(Java_kaltrix_morlin_constants_CK_GetConstantValue(env, nullptr, makeString(name)));
+        };
+        // An unknown name is refused with an exception, and 0, by design.
+        if (std::string(name) == "MAX") c.cleanException = "java.lang.UnsupportedOperationException";
+        t.push_back(c);
+    }
+    return t;
+}
+
+TEST_F(SweepTable, EveryRowOnEveryExceptionPath) {
+    int runs = 0;
+    for (const SweepCase& c : rows()) runs += sweep(env, c);
+    // Not the behaviour under test, only a sign that the sweeps reached deep.
+    EXPECT_GT(runs, 500);
+}
+
+// The natives that javac found in the Java sources, from the JNI headers it
+// wrote: each must have a row, and each row must be one of them.
+TEST_F(SweepTable, EveryJavaNativeHasARow) {
+    std::set<std::string> declared;
+    const std::regex entry("JNICALL (Java_[A-Za-z0-9_]+)");
+    DIR* dir = opendir(MORLIN_JNI_HEADERS_DIR);
+    ASSERT_NE(dir, nullptr) << MORLIN_JNI_HEADERS_DIR;
+    while (dirent* e = readdir(dir)) {
+        if (std::string(e->d_name).find(".h") == std::string::npos) continue;
+        std::ifstream header(std::string(MORLIN_JNI_HEADERS_DIR) + "/" + e->d_name);
+        const std::string body{std::istreambuf_iterator<char>(header), std::istreambuf_iterator<char>()};
+        for (std::sregex_iterator m(body.begin(), body.end(), entry), end; m != end; ++m) declared.insert((*m)[1]);
+    }
+    closedir(dir);
+    ASSERT_FALSE(declared.empty());
+    std::set<std::string> covered;
+    for (const SweepCase& c : rows()) covered.insert(c.name.substr(0, c.name.find(' ')));
+    for (const std::string& native : declared) EXPECT_TRUE(covered.count(native)) << native << " has no sweep row";
+    for (const std::string& name : covered) {
+        if (name.rfind("Java_", 0) == 0) {
+            EXPECT_TRUE(declared.count(name)) << name << " is not a native of morlin.jar";
+        }
+    }
+}
+
+}  // namespace
+}  // namespace morlin_test

@@ -1,0 +1,278 @@
+// jniMonitor: the shims behind JniMonitor. One shim is instantiated per entry
+// from the entry's own function type, so every argument (va_list and jvalue*
+// included) is forwarded untouched. A shim finds its monitor through
+// thread-local state: env->functions is patched for one thread only.
+#include "jniMonitor.h"
+
+#include <link.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+namespace morlin_test {
+
+// The orders in which the bridge makes two class lookups back to back and
+// checks for an exception once, after both: the second lookup then runs with
+// the first one's exception pending. Any other call with an exception
+// pending is a violation.
+struct PrescribedOrder {
+    const char* why;
+    const char* first;
+    const char* second;
+};
+constexpr PrescribedOrder kPrescribedOrders[] = {
+    {"GetClassName looks up Object and Class together", "java/lang/Object", "java/lang/Class"},
+    {"the session information copy looks up its class and CK_STATE together", "kaltrix/morlin/CK_SESSION_INFO",
+     "kaltrix/morlin/constants/CK_STATE"},
+    {"the handle array copy looks up element and array class together", "kaltrix/morlin/CK_OBJECT_HANDLE",
+     "[Lkaltrix/morlin/CK_OBJECT_HANDLE;"},
+    {"the mechanism-type array copy looks up element and array class together",
+     "kaltrix/morlin/constants/CK_MECHANISM_TYPE", "[Lkaltrix/morlin/constants/CK_MECHANISM_TYPE;"},
+    {"the unchecked mechanism-type array copy looks up array and element class together",
+     "[Lkaltrix/morlin/constants/CK_MECHANISM_TYPE;", "kaltrix/morlin/constants/CK_MECHANISM_TYPE"},
+};
+
+namespace {
+
+enum Class { F, S, N };
+
+constexpr const char* kNames[] = {
+#define MORLIN_TEST_NAME(name, kind) #name,
+    MORLIN_TEST_JNI_ENTRIES(MORLIN_TEST_NAME)
+#undef MORLIN_TEST_NAME
+};
+constexpr Class kClasses[] = {
+#define MORLIN_TEST_CLASS(name, kind) kind,
+    MORLIN_TEST_JNI_ENTRIES(MORLIN_TEST_CLASS)
+#undef MORLIN_TEST_CLASS
+};
+
+thread_local JniMonitor* active = nullptr;
+// The table in force before the monitor: the shims forward to it.
+thread_local const JNINativeInterface_* realTable = nullptr;
+
+// The address range of the test program's own code, where the bridge's
+// objects are linked: calls from anywhere else (the JDK's libraries) are not
+// the code under test.
+struct Range {
+    std::uintptr_t begin = 0, end = 0;
+};
+Range programText() {
+    static const Range range = [] {
+        Range r;
+        dl_iterate_phdr(
+            [](dl_phdr_info* info, size_t, void* out) {
+                if (info->dlpi_name != nullptr && info->dlpi_name[0] != '\0') return 0;  // the main program only
+                auto* range = static_cast<Range*>(out);
+                for (int i = 0; i < info->dlpi_phnum; ++i) {
+                    const ElfW(Phdr)& ph = info->dlpi_phdr[i];
+                    if (ph.p_type != PT_LOAD || !(ph.p_flags & PF_X)) continue;
+                    const std::uintptr_t lo = info->dlpi_addr + ph.p_vaddr;
+                    if (range->begin == 0 || lo < range->begin) range->begin = lo;
+                    if (lo + ph.p_memsz > range->end) range->end = lo + ph.p_memsz;
+                }
+                return 1;
+            },
+            &r);
+        return r;
+    }();
+    return range;
+}
+
+bool fromTestProgram(const void* caller) {
+    const Range r = programText();
+    const auto at = reinterpret_cast<std::uintptr_t>(caller);
+    return at >= r.begin && at < r.end;
+}
+
+constexpr std::string_view kHeldTaken[] = {
+    "GetStringChars",          "GetStringUTFChars",    "GetStringCritical",     "GetPrimitiveArrayCritical",
+    "GetBooleanArrayElements", "GetByteArrayElements", "GetCharArrayElements",  "GetShortArrayElements",
+    "GetIntArrayElements",     "GetLongArrayElements", "GetFloatArrayElements", "GetDoubleArrayElements"};
+
+constexpr bool takesBuffer(std::string_view name) {
+    for (std::string_view n : kHeldTaken)
+        if (n == name) return true;
+    return false;
+}
+constexpr bool releasesBuffer(std::string_view name) { return name.substr(0, 7) == "Release"; }
+
+// The jint entries whose value is a status, 0 for success: a JVM fails them
+// with a negative value, not with 0.
+constexpr bool returnsStatus(Jni e) {
+    return e == Jni::Throw || e == Jni::ThrowNew || e == Jni::EnsureLocalCapacity || e == Jni::MonitorEnter ||
+           e == Jni::RegisterNatives || e == Jni::UnregisterNatives;
+}
+
+}  // namespace
+
+struct JniMonitor::Hooks {
+    // Before a call of the code under test: the pending-exception rule, the
+    // count, and whether this call fails.
+    static bool before(JniMonitor& m, JNIEnv* env, Jni e, const char* className) {
+        const int index = static_cast<int>(e);
+        m.tally_.trace.push_back(e);
+        const bool pending = checkJniMode() ? false : m.real_->ExceptionCheck(env);
+        if (pending && kClasses[index] != S) {
+            bool prescribed = false;
+            if (e == Jni::FindClass && m.previous_ == Jni::FindClass && !m.pendingBeforePrevious_) {
+                for (const PrescribedOrder& p : kPrescribedOrders)
+                    prescribed = prescribed || (m.previousClass_ == p.first && std::strcmp(className, p.second) == 0);
+            }
+            if (!prescribed) {
+                m.tally_.violations.push_back(std::string(kNames[index]) + " called with an exception pending (call " +
+                                              std::to_string(m.tally_.trace.size()) + ", after " +
+                                              kNames[static_cast<int>(m.previous_)] + ")");
+            }
+        }
+        m.pendingBeforePrevious_ = pending;
+        m.previous_ = e;
+        m.previousClass_ = className != nullptr ? className : "";
+        if (kClasses[index] != F || m.paused_) return false;
+        ++m.tally_.calls;
+        m.tally_.counted.push_back(e);
+        bool fail = false;
+        if (m.failOneEntry_) {
+            fail = e == m.failEntry_ && ++m.entryCalls_ == m.failAt_;
+        } else {
+            fail = m.tally_.calls == m.failAt_;
+        }
+        if (!fail) return false;
+        m.tally_.firedAt = m.failOneEntry_ ? m.entryCalls_ : m.tally_.calls;
+        m.tally_.firedEntry = e;
+        // A faulted call that comes with an exception already pending (a
+        // violation noted above) leaves that exception as it is.
+        if (!m.real_->ExceptionCheck(env)) {
+            jclass cls = m.real_->FindClass(env, "java/lang/IllegalStateException");
+            if (!m.real_->ExceptionCheck(env)) {
+                m.real_->ThrowNew(env, cls, injectedMessage(m.tally_.firedAt, e).c_str());
+                m.real_->DeleteLocalRef(env, cls);
+            }
+        }
+        return true;
+    }
+
+    template <Jni E, class R, class... A>
+    static void after(JniMonitor& m, R* result, A... args) {
+        constexpr std::string_view name = kNames[static_cast<int>(E)];
+        if constexpr (E == Jni::NewGlobalRef || E == Jni::NewWeakGlobalRef) {
+            if (*result != nullptr) ++m.tally_.globalRefs;
+        } else if constexpr (E == Jni::DeleteGlobalRef || E == Jni::DeleteWeakGlobalRef) {
+            if (std::get<0>(std::tie(args...)) != nullptr) --m.tally_.globalRefs;
+        } else if constexpr (takesBuffer(name)) {
+            if (*result != nullptr) ++m.tally_.heldBuffers;
+        } else if constexpr (releasesBuffer(name)) {
+            --m.tally_.heldBuffers;
+        }
+    }
+};
+
+namespace {
+
+template <Jni E, auto Member, class F = std::remove_reference_t<decltype(std::declval<JNINativeInterface_&>().*Member)>>
+struct Shim;
+
+template <Jni E, auto Member, class R, class... A>
+struct Shim<E, Member, R(JNICALL*)(JNIEnv*, A...)> {
+    static R JNICALL call(JNIEnv* env, A... args) {
+        JniMonitor* m = active;
+        const JNINativeInterface_* real = realTable;
+        if (m == nullptr || !fromTestProgram(__builtin_return_address(0))) return (real->*Member)(env, args...);
+        const char* className = nullptr;
+        if constexpr (E == Jni::FindClass) className = std::get<0>(std::tie(args...));
+        if (JniMonitor::Hooks::before(*m, env, E, className)) {
+            if constexpr (std::is_void_v<R>) {
+                return;
+            } else if constexpr (std::is_same_v<R, jint>) {
+                return returnsStatus(E) ? JNI_ERR : 0;
+            } else {
+                return R{};
+            }
+        }
+        if constexpr (std::is_void_v<R>) {
+            (real->*Member)(env, args...);
+            JniMonitor::Hooks::after<E, int>(*m, nullptr, args...);
+        } else {
+            R result = (real->*Member)(env, args...);
+            JniMonitor::Hooks::after<E>(*m, &result, args...);
+            return result;
+        }
+    }
+};
+
+using Installer = void (*)(JNINativeInterface_&);
+template <Jni E, auto Member>
+void install(JNINativeInterface_& table) {
+    table.*Member = &Shim<E, Member>::call;
+}
+
+constexpr Installer kInstallers[] = {
+#define MORLIN_TEST_INSTALLER(name, kind) &install<Jni::name, &JNINativeInterface_::name>,
+    MORLIN_TEST_JNI_ENTRIES(MORLIN_TEST_INSTALLER)
+#undef MORLIN_TEST_INSTALLER
+};
+
+}  // namespace
+
+const char* jniName(Jni entry) { return kNames[static_cast<int>(entry)]; }
+
+std::string injectedMessage(int n, Jni entry) {
+    return "injected fault #" + std::to_string(n) + " in " + jniName(entry);
+}
+
+bool checkJniMode() {
+    static const bool on = [] {
+        const char* v = std::getenv("MORLIN_TEST_CHECKJNI");
+        return v != nullptr && std::strcmp(v, "1") == 0;
+    }();
+    return on;
+}
+
+JniMonitor::JniMonitor(JNIEnv* env) : env_(env), real_(env->functions), table_(*env->functions) {
+    if (active != nullptr) std::abort();  // one monitor per thread at a time
+    for (Installer install : kInstallers) install(table_);
+    active = this;
+    realTable = real_;
+    env_->functions = &table_;
+}
+
+JniMonitor::~JniMonitor() {
+    env_->functions = real_;
+    active = nullptr;
+    realTable = nullptr;
+}
+
+void JniMonitor::failCall(int n) {
+    failOneEntry_ = false;
+    failAt_ = n;
+}
+
+void JniMonitor::failCall(Jni entry, int n) {
+    failOneEntry_ = true;
+    failEntry_ = entry;
+    failAt_ = n;
+    entryCalls_ = 0;
+}
+
+void JniMonitor::pause(bool paused) { paused_ = paused; }
+
+void JniMonitor::reset() {
+    tally_ = JniTally{};
+    entryCalls_ = 0;
+    previous_ = Jni{};
+    previousClass_.clear();
+    pendingBeforePrevious_ = false;
+}
+
+Unpatched::Unpatched(JNIEnv* env) : env_(env), saved_(env->functions) {
+    if (active != nullptr) env->functions = realTable;
+}
+
+Unpatched::~Unpatched() { env_->functions = saved_; }
+
+}  // namespace morlin_test

@@ -1,2 +1,0 @@
-// The token utility library's units are added beside this file.
-#include "morlin_util.h"
