@@ -1,8 +1,6 @@
 // The arming path of C_Initialize and the four mutex trampolines, with the
-// fake token library calling the callbacks it received, on the calling
-// thread and on other Java threads.
-#include <atomic>
-#include <thread>
+// fake token library calling the callbacks it received. Java threads that
+// share the callbacks are the end-to-end suite's, on SoftHSM2.
 #include <vector>
 
 #include "bridgeTest.h"
@@ -178,49 +176,6 @@ TEST_F(MutexTest, CallbackExceptionReachesTheOuterNative) {
     }));
     EXPECT_EQ(Java_kaltrix_morlin_Cryptoki_C_1GetFunctionStatus(env, nullptr, session(1)), nullptr);
     EXPECT_EQ(takeException(), "java.lang.IllegalStateException");
-}
-
-// Several Java threads inside natives at once, the fake locking through the
-// Java callbacks around a non-atomic counter: no deadlock, no lost unlock.
-TEST_F(MutexTest, JavaThreadsShareARealLockThroughTheCallbacks) {
-    ASSERT_EQ(initialize(args(true, true, true, true)), CKR_OK);
-    void* mutex = nullptr;
-    ASSERT_EQ(callJCreateMutex(&mutex), CKR_OK);
-    static long shared;
-    shared = 0;
-    fake::setDefault("C_CancelFunction", fake::Reply().hook([mutex](const fake::Call&, void* const*) {
-        auto a = fake::lastInitArgs();
-        if (a->LockMutex(mutex) != CKR_OK) return CKR_CANT_LOCK;
-        const long seen = shared;
-        std::this_thread::yield();
-        shared = seen + 1;
-        return a->UnlockMutex(mutex);
-    }));
-    constexpr int kThreads = 4, kCalls = 200;
-    std::atomic<int> failures{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&] {
-            JNIEnv* e = morlin_test::env();  // attaches this thread to the JVM
-            if (e->PushLocalFrame(16) != 0) return;
-            jobject s = e->AllocObject(e->FindClass(jn::kSessionHandle.path));
-            jclass rvClass = e->FindClass(jn::kRV.path);
-            jfieldID value = e->GetFieldID(rvClass, "m_value", "J");
-            for (int i = 0; i < kCalls && !e->ExceptionCheck(); ++i) {
-                jobject rv = Java_kaltrix_morlin_Cryptoki_C_1CancelFunction(e, nullptr, s);
-                if (rv == nullptr || e->GetLongField(rv, value) != 0) failures++;
-                e->DeleteLocalRef(rv);
-            }
-            if (e->ExceptionCheck()) failures++;
-            e->PopLocalFrame(nullptr);
-        });
-    }
-    for (auto& t : threads) t.join();
-    EXPECT_EQ(failures.load(), 0);
-    EXPECT_EQ(shared, kThreads * kCalls);
-    EXPECT_EQ(counts()[1], kThreads * kCalls);
-    EXPECT_EQ(counts()[2], kThreads * kCalls);
-    EXPECT_EQ(callJDestroyMutex(mutex), CKR_OK);
 }
 
 }  // namespace

@@ -83,19 +83,6 @@ TEST_F(NamesTest, NullWrapperIsTheTextNull) {
     }
 }
 
-TEST_F(NamesTest, WrapperOfAnotherClassReadsAsTheFailureValue) {
-    // A CK_KEY_TYPE where an attribute type belongs reads as 0, CLASS; where a
-    // mechanism type belongs as all ones.
-    jobject keyType = wrapper(jn::kKeyType, 0x1f);
-    jobject ref = longRef(100);
-    jbyteArray bytes = makeBytes(std::vector<unsigned char>(40, 0));
-    EXPECT_EQ(rvOf(Java_kaltrix_morlin_CTUtil_CTU_1GetAttributeTypeString(env, nullptr, keyType, bytes, ref)), CKR_OK);
-    EXPECT_EQ(getLong(ref, "value"), 5);  // "CLASS"
-    setLong(ref, "value", 100);
-    EXPECT_EQ(rvOf(Java_kaltrix_morlin_CTUtil_CTU_1GetMechanismTypeString(env, nullptr, keyType, bytes, ref)), CKR_OK);
-    EXPECT_EQ(getLong(ref, "value"), static_cast<jlong>(strlen("Vendor defined (0xffffffffffffffff)")));
-}
-
 TEST_F(NamesTest, ValueNativesWrapTheValue) {
     for (const NameNatives& n : kNatives) {
         SCOPED_TRACE(n.wrapper);

@@ -87,6 +87,31 @@ TEST_F(ValuesTest, WrapperArraysReportBytes) {
     free(handles);
 }
 
+// When the array's length cannot be read, the wrapper arrays leave both
+// outputs as they were; the scalar arrays store the length first and leave
+// only the pointer.
+TEST_F(ValuesTest, UnreadableLengthLeavesTheOutputs) {
+    auto* const marker = reinterpret_cast<CK_ULONG_PTR>(0x10);
+    CK_ULONG_PTR p = marker;
+    CK_ULONG n = 77;
+    {
+        JniMonitor monitor(env);
+        monitor.failCall(Jni::GetArrayLength, 1);
+        jObjectHandleArrayToCKObjectHandleArray(env, wrappers(jn::kObjectHandle, {1}), &p, &n);
+    }
+    EXPECT_EQ(takeException(), kInjectedException);
+    EXPECT_EQ(p, marker);
+    EXPECT_EQ(n, 77u);
+    {
+        JniMonitor monitor(env);
+        monitor.failCall(Jni::GetArrayLength, 1);
+        jLongArrayToCKULongArray(env, makeLongs({1}), &p, &n);
+    }
+    EXPECT_EQ(takeException(), kInjectedException);
+    EXPECT_EQ(p, marker);
+    EXPECT_EQ(n, 0u);  // the failed call's 0, stored before the check
+}
+
 TEST_F(ValuesTest, BoxedValues) {
     auto box = [&](const char* cls, const char* sig, jvalue v) {
         jclass c = findClass(cls);
@@ -145,10 +170,13 @@ TEST_F(ValuesTest, InPlaceCopiesFillWhatIsThere) {
     env->SetObjectArrayElement(holes, 0, nullptr);
     CopyCKULongArrayToJObjectHandleArray(env, raw, 2, holes);
     EXPECT_EQ(getLong(env->GetObjectArrayElement(holes, 1), "m_value"), 12);
-    // An array of another class is left alone.
+    // An array of another class is left alone, even when it holds handles.
     jobjectArray types = wrappers(jn::kMechanismType, {0, 0});
     CopyCKULongArrayToJObjectHandleArray(env, raw, 2, types);
     EXPECT_EQ(values(types), (std::vector<jlong>{0, 0}));
+    jobjectArray objects = makeObjects("java/lang/Object", {handle(0)});
+    CopyCKULongArrayToJObjectHandleArray(env, raw, 1, objects);
+    EXPECT_EQ(values(objects), (std::vector<jlong>{0}));
 
     CopyCKULongArrayToJMechanismTypeArray(env, raw, 1, types);
     EXPECT_EQ(values(types), (std::vector<jlong>{11, 0}));

@@ -66,16 +66,6 @@ JavaVM* startJvm() {
     return jvm;
 }
 
-// Detaches, when its thread ends, a thread that env() attached.
-struct Attachment {
-    JavaVM* jvm = nullptr;
-    ~Attachment() {
-        if (jvm != nullptr) jvm->DetachCurrentThread();
-    }
-};
-
-thread_local Attachment attachment;
-
 // Starts the JVM before the first test, so that its start-up time and any
 // failure to start are not charged to whichever test happens to run first.
 class JvmEnvironment : public ::testing::Environment {
@@ -153,16 +143,9 @@ JavaVM* vm() {
 
 JNIEnv* env() {
     JavaVM* jvm = vm();
-    if (jvm == nullptr) return nullptr;
     JNIEnv* threadEnv = nullptr;
-    const jint rc = jvm->GetEnv(reinterpret_cast<void**>(&threadEnv), kJniVersion);
-    if (rc == JNI_OK) return threadEnv;
-    if (rc == JNI_EDETACHED &&
-        jvm->AttachCurrentThreadAsDaemon(reinterpret_cast<void**>(&threadEnv), nullptr) == JNI_OK) {
-        attachment.jvm = jvm;
-        return threadEnv;
-    }
-    return nullptr;
+    if (jvm == nullptr || jvm->GetEnv(reinterpret_cast<void**>(&threadEnv), kJniVersion) != JNI_OK) return nullptr;
+    return threadEnv;
 }
 
 void JniTest::SetUp() {

@@ -30,8 +30,8 @@ namespace morlin_test {
 // on stderr).
 JavaVM* vm();
 
-// The calling thread's JNIEnv. A thread other than the one that started the
-// JVM is attached as a daemon and detached when it ends. Null without a JVM.
+// The JNIEnv of the thread that started the JVM; null on any other thread
+// and without a JVM.
 JNIEnv* env();
 
 // Class of the pending exception, dotted, which stays pending; "" if none.

@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "allocations.h"
@@ -25,23 +24,6 @@ using morlin_test::kInjectedException;
 constexpr const char* kAtomicLong = "java/util/concurrent/atomic/AtomicLong";
 
 class SupportTest : public morlin_test::JniTest {};
-
-TEST_F(SupportTest, JvmRunsAndAttachesOtherThreads) {
-    EXPECT_NE(findClass("java/lang/String"), nullptr);
-    EXPECT_EQ(morlin_test::env(), env);
-
-    JNIEnv* threadEnv = nullptr;
-    bool found = false;
-    std::thread([&] {
-        threadEnv = morlin_test::env();
-        if (threadEnv == nullptr) return;
-        jclass cls = threadEnv->FindClass("java/lang/Object");
-        found = cls != nullptr && !threadEnv->ExceptionCheck();
-    }).join();
-    EXPECT_NE(threadEnv, nullptr);
-    EXPECT_NE(threadEnv, env);
-    EXPECT_TRUE(found);
-}
 
 // Helpers used while a native's exception is pending leave it as it was;
 // a helper that cannot do its work throws and leaves nothing pending.
@@ -89,20 +71,6 @@ TEST_F(SupportTest, MonitorFailsExactlyTheNthCallAndRestoresTheTable) {
         EXPECT_TRUE(monitor.tally().violations.empty());
     }
     EXPECT_EQ(env->functions, original);
-}
-
-// jni.h's variadic C++ wrappers reach the V entry, and the shim passes the
-// va_list on intact.
-TEST_F(SupportTest, VariadicCallsGoThroughTheVEntry) {
-    jclass string = findClass("java/lang/String");
-    jmethodID valueOf = env->GetStaticMethodID(string, "valueOf", "(J)Ljava/lang/String;");
-    ASSERT_NE(valueOf, nullptr);
-    JniMonitor monitor(env);
-    monitor.failCall(Jni::CallStaticObjectMethodV, 2);
-    auto first = static_cast<jstring>(env->CallStaticObjectMethod(string, valueOf, jlong{-1234567890123}));
-    EXPECT_EQ(readString(first), "-1234567890123");
-    EXPECT_EQ(env->CallStaticObjectMethod(string, valueOf, jlong{1}), nullptr);
-    EXPECT_EQ(takeException(), kInjectedException);
 }
 
 TEST_F(SupportTest, HelpersAndPausedCallsAreNotCounted) {
