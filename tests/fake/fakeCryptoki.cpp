@@ -86,7 +86,6 @@ Arg describe(CK_ATTRIBUTE_PTR p) { return {Kind::Template, 0, p}; }
 Arg describe(CK_MECHANISM_PTR p) { return {Kind::Mechanism, 0, p}; }
 Arg describe(CK_VOID_PTR p) { return {Kind::Opaque, 0, p}; }
 Arg describe(CK_NOTIFY p) { return {Kind::Opaque, 0, reinterpret_cast<void*>(p)}; }
-Arg describe(CK_FUNCTION_LIST_PTR_PTR p) { return {Kind::Opaque, 0, p}; }
 Arg describe(unsigned int* p) { return {Kind::Status, 0, p}; }
 Arg describe(CK_INFO_PTR p) { return {Kind::Struct, 0, p, sizeof *p}; }
 Arg describe(CK_SLOT_INFO_PTR p) { return {Kind::Struct, 0, p, sizeof *p}; }
@@ -122,8 +121,6 @@ struct Outputs {
     unsigned int* status = nullptr;
     CK_ATTRIBUTE_PTR attrs = nullptr;
     std::size_t attrCount = 0;
-    bool isFunctionList = false;
-    CK_FUNCTION_LIST_PTR_PTR functionList = nullptr;
 };
 
 Outputs record(Call& call, const Arg* args, std::size_t n) {
@@ -207,10 +204,6 @@ Outputs record(Call& call, const Arg* args, std::size_t n) {
                     std::memcpy(&copy, a.ptr, room(a.ptr, sizeof copy));
                     call.initArgs = copy;
                 }
-                if (call.name == "C_GetFunctionList") {
-                    out.isFunctionList = true;
-                    out.functionList = static_cast<CK_FUNCTION_LIST_PTR_PTR>(a.ptr);
-                }
                 break;
             case Kind::Struct:
                 out.fixed = a.ptr;
@@ -278,8 +271,6 @@ CK_RV answerAttributes(const Reply& r, CK_ATTRIBUTE_PTR attrs, std::size_t count
     return rv;
 }
 
-CK_FUNCTION_LIST& functionList();
-
 CK_RV answer(const Reply& r, const Outputs& out) {
     CK_RV rv = CKR_OK;
     auto fail = [&rv](CK_RV e) {
@@ -315,12 +306,6 @@ CK_RV answer(const Reply& r, const Outputs& out) {
         if (out.values[k] != nullptr) *out.values[k] = r.outValues[k];
     if (out.status != nullptr && r.fmStatus) *out.status = *r.fmStatus;
     if (out.attrs != nullptr && !r.attributes.empty()) fail(answerAttributes(r, out.attrs, out.attrCount));
-    if (out.isFunctionList) {
-        if (out.functionList == nullptr)
-            fail(CKR_ARGUMENTS_BAD);
-        else
-            *out.functionList = &functionList();
-    }
     return r.rv ? *r.rv : rv;
 }
 
@@ -348,7 +333,6 @@ constexpr std::string_view kNames[] = {
 #define FAKE_NAME_(name, params, args) #name,
     CK_STANDARD_FUNCTIONS(FAKE_NAME_) CK_VENDOR_FUNCTIONS(FAKE_NAME_)
 #undef FAKE_NAME_
-        "C_GetFunctionList",
 };
 
 const std::string& checkedName(const std::string& function) {
@@ -470,20 +454,3 @@ std::optional<CK_C_INITIALIZE_ARGS> lastInitArgs() {
 CK_STANDARD_FUNCTIONS(FAKE_DEFINE_)
 CK_VENDOR_FUNCTIONS(FAKE_DEFINE_)
 #undef FAKE_DEFINE_
-
-CK_RV C_GetFunctionList(CK_FUNCTION_LIST_PTR_PTR ppFunctionList) {
-    return fake::Entry{"C_GetFunctionList"}(ppFunctionList);
-}
-
-namespace fake {
-namespace {
-CK_FUNCTION_LIST& functionList() {
-#define FAKE_POINTER_(name, params, args) name,
-    static CK_FUNCTION_LIST list = {{2, 20},
-                                    CK_STANDARD_FUNCTIONS_HEAD(FAKE_POINTER_) C_GetFunctionList,
-                                    CK_STANDARD_FUNCTIONS_TAIL(FAKE_POINTER_)};
-#undef FAKE_POINTER_
-    return list;
-}
-}  // namespace
-}  // namespace fake

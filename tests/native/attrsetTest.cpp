@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "fakeCryptoki.h"
@@ -171,6 +172,24 @@ TEST(AttrClassTest, NumericTypesAndTheMechanismList) {
     EXPECT_EQ(isNumericAttr(&bits), 0);
     bits.ulValueLen = 3;  // any width from 1 to 8 passes the test of kind
     EXPECT_EQ(isNumericAttr(&bits), 1);
+}
+
+// Every type that a classification accepts is one the attribute name table
+// knows: a type typed wrong in a classification list lands off the table.
+TEST(AttrClassTest, ClassifiedTypesAreNamedAttributes) {
+    CK_ULONG value = 1;
+    int accepted = 0;
+    for (CK_ULONG base : {0x0UL, 0x80000000UL}) {
+        for (CK_ULONG type = base; type < base + 0x5000; ++type) {
+            CK_ATTRIBUTE flag = Row(type, &value, 1);
+            CK_ATTRIBUTE word = Row(type, &value, 8);
+            if (!isNumericAttrType(type) && !isBooleanAttr(&flag) && !isEnumeratedAttr(&word)) continue;
+            ++accepted;
+            const std::string name = strAttribute(type);
+            EXPECT_TRUE(name.rfind("Vendor defined", 0) != 0 && name.rfind("UNKNOWN", 0) != 0) << std::hex << type;
+        }
+    }
+    EXPECT_GT(accepted, 40);
 }
 
 TEST(AttrClassTest, NumbersByWidth) {

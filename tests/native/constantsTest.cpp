@@ -5,6 +5,7 @@
 // toString reads too.
 #include <cstring>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -127,6 +128,26 @@ TEST_F(JavaConstantsTest, ConstantsAgreeWithTheTables) {
         EXPECT_EQ(rowsWithoutConstant, suffixed);
     }
     EXPECT_EQ(constants.count("CK_UNAVAILABLE_INFORMATION"), 0u);  // CK's own, from the library
+}
+
+// Return values carry the standard's names in Java and messages in the
+// table: each CKR_ constant lands on a row, but for the codes that the table
+// does not know, so a value typed wrong on either side shows.
+TEST_F(JavaConstantsTest, ReturnValuesHaveMessages) {
+    const std::set<std::string> withoutRow = {
+        "CKR_ACTION_PROHIBITED", "CKR_FUNCTION_NOT_PARALLEL",   "CKR_CURVE_NOT_SUPPORTED",   "CKR_NEW_PIN_MODE",
+        "CKR_NEXT_OTP",          "CKR_EXCEEDED_MAX_ITERATIONS", "CKR_FIPS_SELF_TEST_FAILED", "CKR_LIBRARY_LOAD_FAILED",
+        "CKR_PIN_TOO_WEAK",      "CKR_PUBLIC_KEY_INVALID",      "CKR_FUNCTION_REJECTED",     "CKR_VENDOR_DEFINED",
+    };
+    int checked = 0;
+    for (const auto& [name, value] : staticLongs("kaltrix/morlin/constants/CKLiterals")) {
+        if (name.rfind("CKR_", 0) != 0) continue;
+        const std::string text = strError(static_cast<CK_RV>(value));
+        const bool hasRow = text.rfind("UNKNOWN", 0) != 0 && text.rfind("Vendor", 0) != 0;
+        EXPECT_EQ(hasRow, withoutRow.count(name) == 0) << name;
+        ++checked;
+    }
+    EXPECT_GT(checked, 80);
 }
 
 // toString of the wrappers shows the table's name with its prefix, without

@@ -1,8 +1,8 @@
 // The frame with argument kinds that the natives of this library do not use
 // yet, as the key natives will: a mechanism with its parameter block and its
-// write-back, templates that become two arguments each, two new handles in
-// one call, and a mechanism beside a two-phase output. The stand-in kinds
-// here keep to the contract of frames.h and nothing more.
+// write-back, templates that become two arguments each, and two new handles
+// in one call. The stand-in kinds here keep to the contract of frames.h and
+// nothing more.
 #include <cstdlib>
 #include <cstring>
 
@@ -106,30 +106,6 @@ TEST_F(FramesTest, TwoTemplatesAndTwoNewHandlesInOneCall) {
     c.reaches = "C_GenerateKeyPair";
     c.setup = [] { fake::setDefault("C_GenerateKeyPair", fake::Reply().handles(1, 2)); };
     c.run = [&] { return Result::of(generateKeyPair(mechanism, publicKey, privateKey)); };
-    EXPECT_GT(sweep(env, c), 10);
-}
-
-TEST_F(FramesTest, MechanismBesideATwoPhaseOutput) {
-    fake::setDefault("C_WrapKey", fake::Reply().bytes({7, 8, 9}));
-    auto wrapKey = [&](jbyteArray out, jobject length) {
-        return Call<C_WrapKey>(env, Session{session(3)}, StandInMechanism{wrapper(jn::kMechanismType, 0x2109)},
-                               Object{handle(4)}, Object{handle(5)},
-                               TwoPhase<CopyCKByteArrayToJByteArray>{out, length});
-    };
-    jobject length = longRef(0);
-    EXPECT_EQ(rvOf(wrapKey(nullptr, length)), CKR_OK);
-    EXPECT_EQ(getLong(length, "value"), 3);
-    jbyteArray out = makeBytes({0, 0, 0, 0});
-    EXPECT_EQ(rvOf(wrapKey(out, length)), CKR_OK);
-    EXPECT_EQ(readBytes(out), (std::vector<unsigned char>{7, 8, 9, 0}));
-    EXPECT_EQ(fake::last("C_WrapKey")->scalars, (std::vector<CK_ULONG>{3, 4, 5}));
-    EXPECT_EQ(rvOf(wrapKey(out, nullptr)), CKR_ARGUMENTS_BAD);
-
-    SweepCase c;
-    c.name = "C_WrapKey with stand-in kinds";
-    c.reaches = "C_WrapKey";
-    c.setup = [] { fake::setDefault("C_WrapKey", fake::Reply().bytes({7, 8, 9})); };
-    c.run = [&] { return Result::of(wrapKey(makeBytes({0, 0, 0}), longRef(3))); };
     EXPECT_GT(sweep(env, c), 10);
 }
 

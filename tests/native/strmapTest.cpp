@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <set>
 #include <string>
 
 #include "morlin_util.h"
@@ -47,15 +48,20 @@ TEST(StrMapTest, EveryRowRoundTrips) {
     }
 }
 
-TEST(StrMapTest, SharedValuesShowTheFirstName) {
+// A value may stand in more than one row, and then strX shows the first. The
+// tables mean that for these four names alone: any other row that strX cannot
+// show is a value typed twice.
+TEST(StrMapTest, OnlyTheIntendedRowsShareAValue) {
+    std::set<std::string> shadowed;
+    for (const TableCase& t : kTables) {
+        for (CK_ULONG i = 0; i < t.count; ++i) {
+            if (strcmp(t.str(t.rows[i].value), t.rows[i].name) != 0) shadowed.insert(t.rows[i].name);
+        }
+    }
+    EXPECT_EQ(shadowed,
+              (std::set<std::string>{"CAST5", "PBE_MD5_CAST5_CBC", "PBE_SHA1_CAST5_CBC", "Object Read-Only"}));
     EXPECT_STREQ(strKeyType(0x18), "CAST128");
     EXPECT_EQ(valKeyType("CAST5"), 0x18u);
-    EXPECT_STREQ(strMechanism(0x3a4), "PBE_MD5_CAST128_CBC");
-    EXPECT_STREQ(strMechanism(0x3a5), "PBE_SHA1_CAST128_CBC");
-    EXPECT_EQ(valMechanism("PBE_SHA1_CAST5_CBC"), 0x3a5u);
-    EXPECT_STREQ(strError(0x80000114), "Object read only");
-    EXPECT_EQ(valError("Object Read-Only"), 0x80000114u);
-    EXPECT_EQ(valError("Object read only"), 0x80000114u);
 }
 
 TEST(StrMapTest, FallBackTextFollowsBit31Alone) {

@@ -235,6 +235,10 @@ TEST_F(ValuesTest, ExceptionPaths) {
          [&] { CopyCKMechanismTypeArrayToJMechanismTypeArray(env, raw, 3, types); }},
     };
     for (const auto& [name, run] : conversions) EXPECT_GE(sweepConversion(env, name, run), 2) << name;
+    SweepCase toJava;
+    toJava.name = "ckULongArrayToJLongArray";
+    toJava.run = [&] { return Result::of(ckULongArrayToJLongArray(env, raw, 3)); };
+    EXPECT_EQ(sweep(env, toJava), 2);
 }
 
 }  // namespace
