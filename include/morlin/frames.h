@@ -93,6 +93,23 @@ auto AsKind(A a) {
 // Null while an exception is pending, else the CK_RV object.
 inline jobject Finish(JNIEnv* env, CK_RV rv) { return env->ExceptionCheck() ? nullptr : ckRVToJRV(env, rv); }
 
+// What a kind leaves out does nothing and lets the frame go on.
+template <class K>
+bool PrepareOne(JNIEnv* env, K& k) {
+    if constexpr (HasPrepare<K>::value) return k.prepare(env);
+    return true;
+}
+template <class K>
+bool CheckOne(const K& k) {
+    if constexpr (HasCheck<K>::value) return k.check();
+    return true;
+}
+template <class K>
+bool ConvertOne(JNIEnv* env, K& k) {
+    if constexpr (HasConvert<K>::value) return k.convert(env);
+    return true;
+}
+
 // Releases every kind of a scope, in order, when the scope ends.
 template <class Kinds>
 struct Release {
@@ -126,39 +143,14 @@ void WriteOne(JNIEnv* env, CK_RV rv, K& k, bool& more) {
 template <auto Fn, class... A>
 jobject Call(JNIEnv* env, A... in) {
     std::tuple<decltype(AsKind(in))...> kinds{AsKind(in)...};
-    const bool prepared = std::apply(
-        [env](auto&... k) {
-            auto one = [env](auto& kind) {
-                if constexpr (HasPrepare<std::remove_reference_t<decltype(kind)>>::value) return kind.prepare(env);
-                return true;
-            };
-            return (one(k) && ...);
-        },
-        kinds);
-    if (!prepared) return nullptr;
-    const bool checked = std::apply(
-        [](const auto&... k) {
-            auto one = [](const auto& kind) {
-                if constexpr (HasCheck<std::remove_cv_t<std::remove_reference_t<decltype(kind)>>>::value)
-                    return kind.check();
-                return true;
-            };
-            return (one(k) && ...);
-        },
-        kinds);
-    if (!checked) return ckRVToJRV(env, CKR_ARGUMENTS_BAD);
+    // Folds over && stop at the first kind that answers false.
+    if (!std::apply([env](auto&... k) { return (PrepareOne(env, k) && ...); }, kinds)) return nullptr;
+    if (!std::apply([](const auto&... k) { return (CheckOne(k) && ...); }, kinds))
+        return ckRVToJRV(env, CKR_ARGUMENTS_BAD);
     CK_RV rv = CKR_OK;
     {
         Release<decltype(kinds)> release{env, kinds};
-        const bool converted = std::apply(
-            [env](auto&... k) {
-                auto one = [env](auto& kind) {
-                    if constexpr (HasConvert<std::remove_reference_t<decltype(kind)>>::value) return kind.convert(env);
-                    return true;
-                };
-                return (one(k) && ...);
-            },
-            kinds);
+        const bool converted = std::apply([env](auto&... k) { return (ConvertOne(env, k) && ...); }, kinds);
         if (converted) {
             rv = std::apply(Fn, std::apply([](auto&... k) { return std::tuple_cat(k.args()...); }, kinds));
             bool more = true;
