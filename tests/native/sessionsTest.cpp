@@ -46,11 +46,9 @@ TEST_F(SessionsTest, SessionNativesAndThePassThrough) {
     jobject s = session(0x31);
     EXPECT_EQ(rvOf(Java_kaltrix_morlin_Cryptoki_C_1CloseSession(env, nullptr, s)), CKR_SESSION_HANDLE_INVALID);
     EXPECT_EQ(getLong(s, "m_value"), 0x31);  // no book-keeping on the Java side
-    EXPECT_EQ(rvOf(Java_kaltrix_morlin_Cryptoki_C_1Logout(env, nullptr, nullptr)), CKR_OK);
     fake::enqueue("C_CloseAllSessions", fake::Reply().returns(CKR_SLOT_ID_INVALID));
     EXPECT_EQ(rvOf(Java_kaltrix_morlin_Cryptoki_C_1CloseAllSessions(env, nullptr, -2)), CKR_SLOT_ID_INVALID);
     EXPECT_EQ(fake::last("C_CloseSession")->scalars[0], 0x31u);
-    EXPECT_EQ(fake::last("C_Logout")->scalars[0], ~0UL);
     EXPECT_EQ(fake::last("C_CloseAllSessions")->scalars[0], static_cast<CK_ULONG>(-2));
 }
 
