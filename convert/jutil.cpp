@@ -4,6 +4,7 @@
 #include "morlin/jutil.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -80,6 +81,17 @@ char* GetClassName(JNIEnv* env, jobject obj) {
         return nullptr;
     }
     return reinterpret_cast<char*>(text);
+}
+
+void ThrowUnsupportedFor(JNIEnv* env, jobject obj, const char* format) {
+    jclass unsupported = env->FindClass(jn::kUnsupportedOperation.path);
+    if (env->ExceptionCheck()) return;
+    char* name = GetClassName(env, obj);
+    if (env->ExceptionCheck()) return;
+    char message[256];
+    snprintf(message, sizeof message, format, name);
+    free(name);
+    env->ThrowNew(unsupported, message);
 }
 
 jobject ReturnLongStringToJava(JNIEnv* env, const char* text, jbyteArray bytes, jobject lengthRef) {

@@ -92,25 +92,6 @@ CkT* BoxedToCK(JNIEnv* env, jobject object, const jn::Method& unbox, JT (JNIEnv:
     return buffer;
 }
 
-// ---- wrapper arrays to Java ----------------------------------------------------------
-
-template <Wrapper Kind, bool NullWhenEmpty>
-jobjectArray CKULongArrayToJWrappers(JNIEnv* env, const CK_ULONG* pointer, CK_ULONG count) {
-    jclass cls = env->FindClass(WrapperClassPath(Kind));
-    if (env->ExceptionCheck() || pointer == nullptr) return nullptr;
-    if (NullWhenEmpty && count == 0) return nullptr;
-    const auto size = static_cast<jsize>(count);  // the low 32 bits
-    jobjectArray array = env->NewObjectArray(size, cls, nullptr);
-    if (env->ExceptionCheck()) return nullptr;
-    for (jsize i = 0; i < size; ++i) {
-        jobject element = ckULongToJWrapper(env, Kind, pointer[i]);
-        if (env->ExceptionCheck()) return nullptr;
-        env->SetObjectArrayElement(array, i, element);
-        if (env->ExceptionCheck()) return nullptr;
-    }
-    return array;
-}
-
 // ---- in-place copies into wrapper arrays ------------------------------------------
 
 void StoreMValue(JNIEnv* env, jclass cls, jobject element, CK_ULONG value) {
@@ -289,11 +270,13 @@ jobject ckULongPtrToJLongObject(JNIEnv* env, const CK_ULONG* pointer) {
 }
 
 jobjectArray ckObjHandleArrayToJObjHandleArray(JNIEnv* env, const CK_OBJECT_HANDLE* pointer, CK_ULONG count) {
-    return CKULongArrayToJWrappers<Wrapper::ObjectHandle, false>(env, pointer, count);
+    return NewObjectArrayOf(env, WrapperClassPath(Wrapper::ObjectHandle), pointer, count, false,
+                            ckObjectHandleToJObjectHandle);
 }
 
 jobjectArray ckMechanismTypeArrayToJMechanismTypeArray(JNIEnv* env, const CK_MECHANISM_TYPE* pointer, CK_ULONG count) {
-    return CKULongArrayToJWrappers<Wrapper::MechanismType, true>(env, pointer, count);
+    return NewObjectArrayOf(env, WrapperClassPath(Wrapper::MechanismType), pointer, count, true,
+                            ckMechanismTypeToJMechanismType);
 }
 
 // ---- in-place copies ---------------------------------------------------------------

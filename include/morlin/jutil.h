@@ -45,6 +45,11 @@ jobject GetObjectArrayField(JNIEnv* env, jclass cls, jobject obj, const jn::Obje
 // (the caller frees it), or null with the exception pending.
 char* GetClassName(JNIEnv* env, jobject obj);
 
+// Raises java.lang.UnsupportedOperationException with format's one %s
+// filled by obj's dotted class name, the message cut to 255 characters. A
+// failure on the way leaves its own exception pending instead.
+void ThrowUnsupportedFor(JNIEnv* env, jobject obj, const char* format);
+
 // Hands a NUL-terminated text to Java as byte[] plus LongRef under the
 // two-phase convention; returns the CK_RV object, or null with an exception
 // pending. A too-short length answers CKR_DATA_LEN_RANGE.
@@ -66,6 +71,29 @@ jbyteArray ckByteArrayToJByteArray(JNIEnv* env, const CK_BYTE* pointer, CK_ULONG
 void CopyCKByteArrayToJByteArray(JNIEnv* env, const CK_BYTE* source, CK_ULONG length, jbyteArray array);
 // As above for long[] from CK_ULONGs.
 void CopyCKULongArrayToJLongArray(JNIEnv* env, const CK_ULONG* source, CK_ULONG count, jlongArray array);
+
+// ---- new object arrays -----------------------------------------------------------
+
+// A new array of class path with count elements (its low 32 bits), element
+// i made by make(env, source[i]). Null for a null source, for a count of 0
+// where nullWhenEmpty says so, and at the first failure.
+template <class E, class Make>
+jobjectArray NewObjectArrayOf(JNIEnv* env, const char* path, const E* source, CK_ULONG count, bool nullWhenEmpty,
+                              Make make) {
+    jclass cls = env->FindClass(path);
+    if (env->ExceptionCheck() || source == nullptr) return nullptr;
+    if (nullWhenEmpty && count == 0) return nullptr;
+    const auto size = static_cast<jsize>(count);
+    jobjectArray array = env->NewObjectArray(size, cls, nullptr);
+    if (env->ExceptionCheck()) return nullptr;
+    for (jsize i = 0; i < size; ++i) {
+        jobject element = make(env, source[i]);
+        if (env->ExceptionCheck()) return nullptr;
+        env->SetObjectArrayElement(array, i, element);
+        if (env->ExceptionCheck()) return nullptr;
+    }
+    return array;
+}
 
 // ---- argument kinds of the frames ------------------------------------------------
 namespace frame {

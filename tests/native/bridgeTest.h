@@ -18,6 +18,7 @@
 #include "kaltrix_morlin_CTUtil.h"
 #include "kaltrix_morlin_Cryptoki.h"
 #include "kaltrix_morlin_constants_CK.h"
+#include "morlin/names/attributes.h"
 #include "morlin/names/core.h"
 #include "morlin/names/infos.h"
 
@@ -54,6 +55,32 @@ protected:
         std::vector<jlong> out;
         for (jobject element : readObjects(array)) out.push_back(getLong(element, "m_value"));
         return out;
+    }
+
+    // A fresh boxed value made by its constructor, never a cached instance:
+    // tests write into some of them.
+    jobject boxed(const jn::Class& cls, const char* constructor, jvalue value) {
+        jclass c = findClass(cls.path);
+        Unpatched real(env);
+        return env->NewObjectA(c, env->GetMethodID(c, "<init>", constructor), &value);
+    }
+    jobject newLong(jlong v) { return boxed(jn::kLong, "(J)V", jvalue{.j = v}); }
+    // A CK_ATTRIBUTE as the Java side fills one, and a template of them.
+    jobject attribute(CK_ATTRIBUTE_TYPE type, jobject value, jlong valueLen) {
+        jobject a = allocObject(jn::kAttribute.path);
+        setObject(a, "type", jn::kAttributeTypeField.sig, wrapper(jn::kAttributeType, static_cast<jlong>(type)));
+        setObject(a, "pValue", jn::kAttributeValue.sig, value);
+        setLong(a, "valueLen", valueLen);
+        return a;
+    }
+    jobjectArray attributes(const std::vector<jobject>& elements) { return makeObjects(jn::kAttribute.path, elements); }
+    // A CK_DATE holding the digits of "yyyymmdd".
+    jobject date(const char* digits) {
+        jobject d = allocObject(jn::kDate.path);
+        setObject(d, "year", "[B", makeBytes({digits, digits + 4}));
+        setObject(d, "month", "[B", makeBytes({digits + 4, digits + 6}));
+        setObject(d, "day", "[B", makeBytes({digits + 6, digits + 8}));
+        return d;
     }
 
     // The m_value of a returned CK_RV; fails the test for null or another class.

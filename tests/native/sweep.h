@@ -46,6 +46,9 @@ struct SweepCase {
     std::function<void()> cleanup;
     // The token function the run without a fault must call, if any.
     std::string reaches;
+    // A token function that the native calls even with an exception pending,
+    // because its order leaves a conversion unchecked before the call.
+    std::string reachedWithPending;
     // The exception that the run without a fault leaves pending on purpose.
     std::string cleanException;
     // Further checks of the run without a fault.

@@ -193,6 +193,118 @@ std::vector<SweepCase> SweepTable::rows() {
     }));
     t.push_back(row(NATIVE(Cryptoki, C_1Logout), [this] { return std::make_tuple(session(1)); }));
 
+    // ---- objects -------------------------------------------------------------------
+    // A template with a value of every class that converts (Character never
+    // does, and int[] takes a route that -Xcheck:jni stops), so that every
+    // conversion of the value dispatch is swept.
+    auto everyClass = [this] {
+        auto newArray = [this](auto make) {
+            Unpatched real(env);
+            return (env->*make)(2);
+        };
+        auto box = [this](const jn::Class& cls, const char* sig, jvalue v) { return boxed(cls, sig, v); };
+        std::vector<jobject> values = {
+            bytes(3),
+            newLong(5),
+            boxed(jn::kBBool, "(Z)V", jvalue{.z = JNI_FALSE}),
+            date("20261123"),
+            handle(6),
+            session(7),
+            wrapper(jn::kAttributeType, CKA_LABEL),
+            wrapper(jn::kCertificateType, 0),
+            wrapper(jn::kHWFeatureType, 1),
+            wrapper(jn::kKeyType, CKK_AES),
+            wrappers(jn::kMechanismType, {0x1081, 0x1082}),
+            wrapper(jn::kMechanismType, 0x1081),
+            wrapper(jn::kObjectClass, CKO_DATA),
+            wrapper(jn::kOaepSourceType, 1),
+            wrapper(jn::kRV, 0),
+            wrapper(jn::kState, 2),
+            wrapper(jn::kUserType, CKU_USER),
+            box(jn::kBoolean, "(Z)V", jvalue{.z = JNI_TRUE}),
+            makeLongs({1, 2}),
+            makeString("label"),
+            box(jn::kInteger, "(I)V", jvalue{.i = -1}),
+            newArray(&JNIEnv::NewBooleanArray),
+            newArray(&JNIEnv::NewCharArray),
+            box(jn::kByte, "(B)V", jvalue{.b = 7}),
+        };
+        std::vector<jobject> template_;
+        for (size_t i = 0; i < values.size(); ++i) template_.push_back(attribute(0x80001000 + i, values[i], 8));
+        return attributes(template_);
+    };
+    t.push_back(row(
+        NATIVE(Cryptoki, C_1CreateObject),
+        [this, everyClass] {
+            jobjectArray t = everyClass();
+            return std::make_tuple(session(1), t, static_cast<jlong>(readObjects(t).size()), handle(0));
+        },
+        fake::Reply().handle(0x42)));
+    t.push_back(row(
+        NATIVE(Cryptoki, C_1CopyObject),
+        [this] {
+            return std::make_tuple(session(1), handle(2), attributes({attribute(CKA_LABEL, text("copy"), 4)}), jlong{1},
+                                   handle(0));
+        },
+        fake::Reply().handle(0x43)));
+    t.push_back(row(NATIVE(Cryptoki, C_1DestroyObject), [this] { return std::make_tuple(session(1), handle(2)); }));
+    t.push_back(row(
+        NATIVE(Cryptoki, C_1GetObjectSize), [this] { return std::make_tuple(session(1), handle(2), longRef(0)); },
+        fake::Reply().size(64)));
+    {
+        // A target of every class that can be written in place, each answered,
+        // and a wildcard type that learns its attribute.
+        const CK_ATTRIBUTE_TYPE kWildcard = 0xFFFF;
+        fake::Reply answers;
+        answers.attribute(CKA_LABEL, {1, 2, 3})
+            .attributeUlong(CKA_VALUE_LEN, 16)
+            .attribute(CKA_TOKEN, {1})
+            .attribute(0x110, {'2', '0', '2', '6', '1', '1', '2', '3'})
+            .attributeUlong(0x80000001, 9)
+            .attributeUlong(0x80000002, 10)
+            .attributeUlong(CKA_KEY_TYPE, CKK_AES)
+            .attribute(0x80000104, fake::Bytes(16, 0))
+            .attribute(CKA_PRIVATE, {1})
+            .attribute(kWildcard, {9, 9});
+        t.push_back(row(
+            NATIVE(Cryptoki, C_1GetAttributeValue),
+            [this, kWildcard] {
+                jobjectArray t = attributes({
+                    attribute(CKA_LABEL, bytes(4), 4),
+                    attribute(CKA_VALUE_LEN, newLong(0), 8),
+                    attribute(CKA_TOKEN, boxed(jn::kBBool, "(Z)V", jvalue{.z = JNI_FALSE}), 1),
+                    attribute(0x110, date("00000000"), 8),
+                    attribute(0x80000001, handle(0), 8),
+                    attribute(0x80000002, session(0), 8),
+                    attribute(CKA_KEY_TYPE, wrapper(jn::kKeyType, 0), 8),
+                    attribute(0x80000104, wrappers(jn::kMechanismType, {0, 0}), 16),
+                    attribute(CKA_PRIVATE, boxed(jn::kBoolean, "(Z)V", jvalue{.z = JNI_FALSE}), 1),
+                    attribute(kWildcard, bytes(2), 2),
+                });
+                return std::make_tuple(session(1), handle(2), t, static_cast<jlong>(readObjects(t).size()));
+            },
+            answers));
+    }
+    {
+        SweepCase c = row(NATIVE(Cryptoki, C_1SetAttributeValue), [this] {
+            return std::make_tuple(session(1), handle(2), attributes({attribute(CKA_LABEL, text("new"), 3)}), jlong{1});
+        });
+        // The object is converted last and not checked before the call.
+        c.reachedWithPending = c.reaches;
+        t.push_back(c);
+    }
+    t.push_back(row(NATIVE(Cryptoki, C_1FindObjectsInit), [this] {
+        return std::make_tuple(session(1), attributes({attribute(CKA_CLASS, wrapper(jn::kObjectClass, CKO_DATA), 8)}),
+                               jlong{1});
+    }));
+    t.push_back(row(
+        NATIVE(Cryptoki, C_1FindObjects),
+        [this] {
+            return std::make_tuple(session(1), wrappers(jn::kObjectHandle, {0, 0}), jlong{2}, longRef(0));
+        },
+        fake::Reply().ulongs({7, 8})));
+    t.push_back(row(NATIVE(Cryptoki, C_1FindObjectsFinal), [this] { return std::make_tuple(session(1)); }));
+
     // ---- names -------------------------------------------------------------------------
     auto stringRow = [this](const char* name, jobject (*native)(JNIEnv*, jclass, jobject, jbyteArray, jobject),
                             const jn::Class& cls, jlong value) {

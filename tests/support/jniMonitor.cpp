@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
@@ -16,26 +17,65 @@
 
 namespace morlin_test {
 
-// The orders in which the bridge makes two class lookups back to back and
-// checks for an exception once, after both: the second lookup then runs with
-// the first one's exception pending. Any other call with an exception
-// pending is a violation.
+// The runs of class lookups that the bridge makes back to back, checking
+// for an exception once, after the last: a lookup of a run may follow the
+// one before it with that one's exception pending. Any other call with an
+// exception pending is a violation.
 struct PrescribedOrder {
     const char* why;
-    const char* first;
-    const char* second;
+    std::initializer_list<const char*> classes;
 };
-constexpr PrescribedOrder kPrescribedOrders[] = {
-    {"GetClassName looks up Object and Class together", "java/lang/Object", "java/lang/Class"},
-    {"the session information copy looks up its class and CK_STATE together", "kaltrix/morlin/CK_SESSION_INFO",
-     "kaltrix/morlin/constants/CK_STATE"},
-    {"the handle array copy looks up element and array class together", "kaltrix/morlin/CK_OBJECT_HANDLE",
-     "[Lkaltrix/morlin/CK_OBJECT_HANDLE;"},
+
+const PrescribedOrder kPrescribedOrders[] = {
+    {"GetClassName looks up Object and Class together", {"java/lang/Object", "java/lang/Class"}},
+    {"the session information copy looks up its class and CK_STATE together",
+     {"kaltrix/morlin/CK_SESSION_INFO", "kaltrix/morlin/constants/CK_STATE"}},
+    {"the handle array copy looks up element and array class together",
+     {"kaltrix/morlin/CK_OBJECT_HANDLE", "[Lkaltrix/morlin/CK_OBJECT_HANDLE;"}},
     {"the mechanism-type array copy looks up element and array class together",
-     "kaltrix/morlin/constants/CK_MECHANISM_TYPE", "[Lkaltrix/morlin/constants/CK_MECHANISM_TYPE;"},
+     {"kaltrix/morlin/constants/CK_MECHANISM_TYPE", "[Lkaltrix/morlin/constants/CK_MECHANISM_TYPE;"}},
     {"the unchecked mechanism-type array copy looks up array and element class together",
-     "[Lkaltrix/morlin/constants/CK_MECHANISM_TYPE;", "kaltrix/morlin/constants/CK_MECHANISM_TYPE"},
+     {"[Lkaltrix/morlin/constants/CK_MECHANISM_TYPE;", "kaltrix/morlin/constants/CK_MECHANISM_TYPE"}},
+    {"the attribute copy looks up CK_ATTRIBUTE and its type class together",
+     {"kaltrix/morlin/CK_ATTRIBUTE", "kaltrix/morlin/constants/CK_ATTRIBUTE_TYPE"}},
+    // The in-place value copy makes the first 18 of these lookups.
+    {"the attribute value dispatch looks up all its value classes, then checks",
+     {"[B",
+      "java/lang/Long",
+      "kaltrix/morlin/CK_BBOOL",
+      "kaltrix/morlin/CK_DATE",
+      "kaltrix/morlin/CK_OBJECT_HANDLE",
+      "kaltrix/morlin/CK_SESSION_HANDLE",
+      "kaltrix/morlin/constants/CK_ATTRIBUTE_TYPE",
+      "kaltrix/morlin/constants/CK_CERTIFICATE_TYPE",
+      "kaltrix/morlin/constants/CK_HW_FEATURE_TYPE",
+      "kaltrix/morlin/constants/CK_KEY_TYPE",
+      "kaltrix/morlin/constants/CK_MECHANISM_TYPE",
+      "[Lkaltrix/morlin/constants/CK_MECHANISM_TYPE;",
+      "kaltrix/morlin/constants/CK_OBJECT_CLASS",
+      "kaltrix/morlin/constants/CK_RSA_PKCS_OAEP_SOURCE_TYPE",
+      "kaltrix/morlin/constants/CK_RV",
+      "kaltrix/morlin/constants/CK_STATE",
+      "kaltrix/morlin/constants/CK_USER_TYPE",
+      "java/lang/Boolean",
+      "[J",
+      "java/lang/String",
+      "java/lang/Integer",
+      "[I",
+      "[Z",
+      "[C",
+      "java/lang/Byte",
+      "java/lang/Character"}},
 };
+
+// Whether second directly follows first in one of the prescribed runs.
+bool Prescribed(const std::string& first, const char* second) {
+    for (const PrescribedOrder& p : kPrescribedOrders) {
+        for (auto c = p.classes.begin(); c + 1 < p.classes.end(); ++c)
+            if (first == *c && std::strcmp(second, *(c + 1)) == 0) return true;
+    }
+    return false;
+}
 
 namespace {
 
@@ -118,19 +158,19 @@ struct JniMonitor::Hooks {
         const int index = static_cast<int>(e);
         m.tally_.trace.push_back(e);
         const bool pending = checkJniMode() ? false : m.real_->ExceptionCheck(env);
+        bool prescribed = false;
         if (pending && kClasses[index] != S) {
-            bool prescribed = false;
-            if (e == Jni::FindClass && m.previous_ == Jni::FindClass && !m.pendingBeforePrevious_) {
-                for (const PrescribedOrder& p : kPrescribedOrders)
-                    prescribed = prescribed || (m.previousClass_ == p.first && std::strcmp(className, p.second) == 0);
-            }
+            // The run must have started with nothing pending and gone on
+            // unbroken since.
+            prescribed = e == Jni::FindClass && m.previous_ == Jni::FindClass && m.previousInRun_ &&
+                         Prescribed(m.previousClass_, className);
             if (!prescribed) {
                 m.tally_.violations.push_back(std::string(kNames[index]) + " called with an exception pending (call " +
                                               std::to_string(m.tally_.trace.size()) + ", after " +
                                               kNames[static_cast<int>(m.previous_)] + ")");
             }
         }
-        m.pendingBeforePrevious_ = pending;
+        m.previousInRun_ = !pending || prescribed;
         m.previous_ = e;
         m.previousClass_ = className != nullptr ? className : "";
         if (kClasses[index] != F || m.paused_) return false;
@@ -266,7 +306,7 @@ void JniMonitor::reset() {
     entryCalls_ = 0;
     previous_ = Jni{};
     previousClass_.clear();
-    pendingBeforePrevious_ = false;
+    previousInRun_ = true;
 }
 
 Unpatched::Unpatched(JNIEnv* env) : env_(env), saved_(env->functions) {

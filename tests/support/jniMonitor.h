@@ -12,7 +12,7 @@
 //   - notes a violation if a Java exception is pending and the entry is not
 //     one that JNI allows then (ExceptionCheck, Release*, Delete*Ref, ...),
 //     unless the call order is one of the few that the bridge prescribes
-//     (two class lookups before one check, see jniMonitor.cpp);
+//     (runs of class lookups before one check, see jniMonitor.cpp);
 //   - counts it, if the entry can fail, and fails the chosen call the way a
 //     JVM fails it: the entry's failure value with a
 //     java.lang.IllegalStateException pending whose message names the call
@@ -159,7 +159,8 @@ private:
     // The call before this one, for the prescribed call orders.
     Jni previous_{};
     std::string previousClass_;
-    bool pendingBeforePrevious_ = false;
+    // Whether the previous call had nothing pending or was a prescribed step.
+    bool previousInRun_ = true;
 };
 
 // Puts the thread's unmonitored table back for its lifetime, so that test

@@ -303,4 +303,144 @@ public final class Cryptoki {
      * @return the token library's result
      */
     public static native CK_RV C_Logout(CK_SESSION_HANDLE hSession);
+
+    // ---- objects -------------------------------------------------------------------
+
+    /**
+     * Creates an object from a template. On {@code CKR_OK} the new handle is
+     * stored in {@code phObject}; on any other result it keeps its old value.
+     *
+     * <p>The token library sees {@code ulCount}, not the array's length, as
+     * the number of attributes: keep the two equal. Each attribute's
+     * {@code valueLen} is the length the token library sees (see
+     * {@link CK_ATTRIBUTE}). A value of a class that cannot be converted
+     * raises {@link UnsupportedOperationException} before the token library is
+     * called.
+     *
+     * @param hSession the session
+     * @param pTemplate the attributes; null with a positive count gives
+     *        {@code CKR_ARGUMENTS_BAD}, null with 0 is an empty template
+     * @param ulCount the number of attributes handed to the token library
+     * @param phObject receives the handle; null gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_CreateObject(CK_SESSION_HANDLE hSession, CK_ATTRIBUTE[] pTemplate, long ulCount, CK_OBJECT_HANDLE phObject);
+
+    /**
+     * Copies an object, changing the attributes of the template. On
+     * {@code CKR_OK} the copy's handle is stored in {@code phNewObject}.
+     *
+     * @param hSession the session
+     * @param hObject the object to copy
+     * @param pTemplate the attributes to change; null with a positive count
+     *        gives {@code CKR_ARGUMENTS_BAD}
+     * @param ulCount the number of attributes handed to the token library
+     * @param phNewObject receives the handle; null gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_CopyObject(CK_SESSION_HANDLE hSession, CK_OBJECT_HANDLE hObject, CK_ATTRIBUTE[] pTemplate, long ulCount, CK_OBJECT_HANDLE phNewObject);
+
+    /**
+     * Destroys an object.
+     *
+     * @param hSession the session
+     * @param hObject the object
+     * @return the token library's result
+     */
+    public static native CK_RV C_DestroyObject(CK_SESSION_HANDLE hSession, CK_OBJECT_HANDLE hObject);
+
+    /**
+     * Reads the size of an object in bytes. On {@code CKR_OK} the size is
+     * stored in {@code pulSize}; on any other result it keeps its old value.
+     *
+     * @param hSession the session
+     * @param hObject the object
+     * @param pulSize receives the size; null gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_GetObjectSize(CK_SESSION_HANDLE hSession, CK_OBJECT_HANDLE hObject, LongRef pulSize);
+
+    /**
+     * Reads attribute values into the template, whatever the result.
+     *
+     * <p>Every attribute, up to {@code ulCount}, gets the length the token
+     * library reported in {@code valueLen}, and its value wherever the token
+     * library delivered one into a value object of a class that can be written
+     * in place. So with {@code CKR_ATTRIBUTE_SENSITIVE},
+     * {@code CKR_ATTRIBUTE_TYPE_INVALID} or {@code CKR_BUFFER_TOO_SMALL} the
+     * attributes that could be read are delivered, and each of the others has
+     * {@code valueLen} -1 ({@code CK_UNAVAILABLE_INFORMATION}).
+     *
+     * <p>A variable-length value is read in two calls: first with a null
+     * value ({@link CK_ATTRIBUTE#CK_ATTRIBUTE(CK_ATTRIBUTE_TYPE, long)}), which
+     * sets {@code valueLen} to the size; then with a {@code byte[]} of that
+     * size. A {@code byte[]} shorter than the answer receives what fits and
+     * {@code valueLen} tells the true size. Scalar values (a private
+     * {@code Long}, a {@code CK_BBOOL}, a wrapper of a constant class) need no
+     * first call. A value class that cannot be written in place, such as
+     * {@code String}, raises {@link UnsupportedOperationException} once the
+     * token library has delivered a value for it, and the result is lost.
+     *
+     * @param hSession the session
+     * @param hObject the object
+     * @param pTemplate the attributes to read; null with a positive count
+     *        gives {@code CKR_ARGUMENTS_BAD}
+     * @param ulCount the number of attributes handed to the token library
+     * @return the token library's result
+     */
+    public static native CK_RV C_GetAttributeValue(CK_SESSION_HANDLE hSession, CK_OBJECT_HANDLE hObject, CK_ATTRIBUTE[] pTemplate, long ulCount);
+
+    /**
+     * Changes attribute values of an object. Nothing is written back.
+     *
+     * <p>A null {@code hObject} reaches the token library as the handle with
+     * all bits set. A Java exception raised while reading {@code hObject}
+     * propagates only after the token library has been called.
+     *
+     * @param hSession the session
+     * @param hObject the object
+     * @param pTemplate the new values; null with a positive count gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @param ulCount the number of attributes handed to the token library
+     * @return the token library's result
+     */
+    public static native CK_RV C_SetAttributeValue(CK_SESSION_HANDLE hSession, CK_OBJECT_HANDLE hObject, CK_ATTRIBUTE[] pTemplate, long ulCount);
+
+    /**
+     * Starts a search for the objects that match a template.
+     *
+     * @param hSession the session
+     * @param pTemplate the attributes to match; null with a count of 0 matches
+     *        every object, null with a positive count gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @param ulCount the number of attributes handed to the token library
+     * @return the token library's result
+     */
+    public static native CK_RV C_FindObjectsInit(CK_SESSION_HANDLE hSession, CK_ATTRIBUTE[] pTemplate, long ulCount);
+
+    /**
+     * Continues a search. {@code pulObjectCount} gets the number of handles
+     * found whatever the result; on {@code CKR_OK} they are stored in the
+     * {@code CK_OBJECT_HANDLE} objects that {@code phObject} already holds,
+     * as many as it holds (no element is created, a null element is skipped).
+     * Call again until the count is 0.
+     *
+     * @param hSession the session
+     * @param phObject handles to fill, or null with {@code ulMaxObjectCount} 0;
+     *        null with a positive maximum gives {@code CKR_ARGUMENTS_BAD}
+     * @param ulMaxObjectCount the most handles the token library may return;
+     *        keep it at most the array's length, or found handles are lost
+     * @param pulObjectCount receives the count; null gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_FindObjects(CK_SESSION_HANDLE hSession, CK_OBJECT_HANDLE[] phObject, long ulMaxObjectCount, LongRef pulObjectCount);
+
+    /**
+     * Ends a search.
+     *
+     * @param hSession the session
+     * @return the token library's result
+     */
+    public static native CK_RV C_FindObjectsFinal(CK_SESSION_HANDLE hSession);
 }

@@ -1,0 +1,216 @@
+// CK_ATTRIBUTE templates from Java. The value's class decides its
+// conversion through one table, walked in a fixed order; every value block
+// belongs to the template, which freeCKAttributeArray gives back.
+#include <cstdlib>
+#include <iterator>
+
+#include "morlin/attributes.h"
+#include "morlin/jutil.h"
+#include "morlin/names/attributes.h"
+#include "morlin/values.h"
+#include "morlin/wrappers.h"
+#include "morlin_util.h"
+
+namespace {
+
+using Convert = void (*)(JNIEnv*, jobject, CK_VOID_PTR*, CK_ULONG*);
+
+// ---- the conversions of the rows ---------------------------------------------------
+
+// The array and string routines, which write pointer and length themselves.
+// They leave the pointer alone when they fail early, so it starts as the
+// caller's.
+template <class E, class A, void (*Route)(JNIEnv*, A, E**, CK_ULONG*)>
+void Routed(JNIEnv* env, jobject o, CK_VOID_PTR* p, CK_ULONG* n) {
+    E* elements = static_cast<E*>(*p);
+    Route(env, static_cast<A>(o), &elements, n);
+    *p = elements;
+}
+
+// A boxed value into a fresh block of its own width; the pointer is written
+// even when the unboxing failed.
+template <class E, E* (*Unbox)(JNIEnv*, jobject)>
+void Boxed(JNIEnv* env, jobject o, CK_VOID_PTR* p, CK_ULONG* n) {
+    *p = Unbox(env, o);
+    *n = sizeof(E);
+}
+
+// A wrapper into a block that is allocated first and filled after, so that
+// a failed read leaves the block in the template, to be freed with it.
+template <class E, E (*ToCK)(JNIEnv*, jobject)>
+void Wrapped(JNIEnv* env, jobject o, CK_VOID_PTR* p, CK_ULONG* n) {
+    auto* block = static_cast<E*>(malloc(sizeof(E)));
+    *p = block;
+    *n = sizeof(E);
+    *block = ToCK(env, o);
+}
+
+// A CK_DATE is 8 bytes, as the block that holds it.
+void Date(JNIEnv* env, jobject o, CK_VOID_PTR* p, CK_ULONG* n) {
+    *p = jDateObjectToCKDatePtr(env, o);
+    *n = sizeof(CK_DATE);
+}
+
+// ---- the table -----------------------------------------------------------------------
+
+// Every class is looked up, in this order, before any test; a missing class
+// fails the whole value, null included.
+constexpr const jn::Class* kLookups[] = {
+    &jn::kByteArray,
+    &jn::kLong,
+    &jn::kBBool,
+    &jn::kDate,
+    &jn::kObjectHandle,
+    &jn::kSessionHandle,
+    &jn::kAttributeType,
+    &jn::kCertificateType,
+    &jn::kHWFeatureType,
+    &jn::kKeyType,
+    &jn::kMechanismType,
+    &jn::kMechanismTypeArray,
+    &jn::kObjectClass,
+    &jn::kOaepSourceType,
+    &jn::kRV,
+    &jn::kState,
+    &jn::kUserType,
+    &jn::kBoolean,
+    &jn::kLongArray,
+    &jn::kString,
+    &jn::kInteger,
+    &jn::kIntArray,
+    &jn::kBooleanArray,
+    &jn::kCharArray,
+    &jn::kByte,
+    &jn::kCharacter,
+};
+constexpr size_t kClasses = std::size(kLookups);
+
+struct Row {
+    size_t lookup;  // index into kLookups
+    Convert convert;
+};
+
+// Tested in this order, the first hit deciding. It differs from the lookup
+// order in one place: the mechanism-type array is tested before the
+// mechanism type. int[] goes down the long[] route as it stands: its length
+// from the array and its contents read as longs, with no widening. Both
+// report the element count, not bytes; only CKA_MECHANISM_LIST and a
+// numeric type with valueLen 4 keep that count. Character looks up a class
+// of its own that does not exist, and always fails.
+constexpr Row kRows[] = {
+    {0, Routed<CK_BYTE, jbyteArray, jByteArrayToCKByteArray>},
+    {1, Boxed<CK_ULONG, jLongObjectToCKULongPtr>},
+    {2, Wrapped<CK_BBOOL, jBBoolToCKBBool>},
+    {3, Date},
+    {4, Wrapped<CK_ULONG, jObjectHandleToCKObjectHandle>},
+    {5, Wrapped<CK_ULONG, jSessionHandleToCKSessionHandle>},
+    {6, Wrapped<CK_ULONG, jAttributeTypeToCKAttributeType>},
+    {7, Wrapped<CK_ULONG, jCertificateTypeToCKCertificateType>},
+    {8, Wrapped<CK_ULONG, jHWFeatureTypeToCKHWFeatureType>},
+    {9, Wrapped<CK_ULONG, jKeyTypeToCKKeyType>},
+    {11, Routed<CK_ULONG, jobjectArray, jMechanismTypeArrayToCKMechanismTypeArray>},
+    {10, Wrapped<CK_ULONG, jMechanismTypeToCKMechanismType>},
+    {12, Wrapped<CK_ULONG, jObjectClassToCKObjectClass>},
+    {13, Wrapped<CK_ULONG, jRsaPkcsOaepSourceTypeToCKRsaPkcsOaepSourceType>},
+    {14, Wrapped<CK_ULONG, jRVToCKRV>},
+    {15, Wrapped<CK_ULONG, jStateToCKState>},
+    {16, Wrapped<CK_ULONG, jUserTypeToCKUserType>},
+    {17, Boxed<CK_BBOOL, jBooleanObjectToCKBBoolPtr>},
+    {18, Routed<CK_ULONG, jlongArray, jLongArrayToCKULongArray>},
+    {19, Routed<CK_CHAR, jstring, jStringToCKCharArray>},
+    {20, Boxed<CK_ULONG, jIntegerObjectToCKULongPtr>},
+    {21, Routed<CK_ULONG, jlongArray, jLongArrayToCKULongArray>},
+    {22, Routed<CK_BBOOL, jbooleanArray, jBooleanArrayToCKBBoolArray>},
+    {23, Routed<CK_CHAR, jcharArray, jCharArrayToCKCharArray>},
+    {24, Boxed<CK_BYTE, jByteObjectToCKBytePtr>},
+    {25, Boxed<CK_CHAR, jCharObjectToCKCharPtr>},
+};
+static_assert(std::size(kRows) == kClasses, "every class looked up has its row");
+
+constexpr bool EveryClassTestedOnce() {
+    for (size_t c = 0; c < kClasses; ++c) {
+        int hits = 0;
+        for (const Row& r : kRows) hits += r.lookup == c;
+        if (hits != 1) return false;
+    }
+    return true;
+}
+static_assert(EveryClassTestedOnce(), "each class is tested by exactly one row");
+
+constexpr CK_ATTRIBUTE_TYPE kMechanismList = 0x80000104;
+
+}  // namespace
+
+void jObjectToPrimitiveCKObjectPtrPtr(JNIEnv* env, jobject object, CK_VOID_PTR* pointer, CK_ULONG* length) {
+    jclass classes[kClasses];
+    // Looked up back to back and checked once, after the last.
+    for (size_t i = 0; i < kClasses; ++i) classes[i] = env->FindClass(kLookups[i]->path);
+    if (env->ExceptionCheck()) return;
+    if (object == nullptr) {
+        *pointer = nullptr;
+        *length = 0;
+        return;
+    }
+    for (const Row& row : kRows) {
+        const jboolean hit = env->IsInstanceOf(object, classes[row.lookup]);
+        // IsInstanceOf raises nothing in practice; a JVM that did raise
+        // would get no further call with its exception pending.
+        if (env->ExceptionCheck()) return;
+        if (hit) {
+            row.convert(env, object, pointer, length);
+            return;
+        }
+    }
+    *pointer = nullptr;
+    *length = 0;
+    ThrowUnsupportedFor(env, object, "No Conversion from %s to a CK type");
+}
+
+CK_ATTRIBUTE jAttributeToCKAttribute(JNIEnv* env, jobject attribute) {
+    CK_ATTRIBUTE result{0, nullptr, 0};
+    jclass cls = env->FindClass(jn::kAttribute.path);
+    if (env->ExceptionCheck()) return result;
+    jobject type = GetObjectArrayField(env, cls, attribute, jn::kAttributeTypeField);
+    if (env->ExceptionCheck()) return result;
+    result.type = jAttributeTypeToCKAttributeType(env, type);
+    if (env->ExceptionCheck()) return result;
+    jobject value = GetObjectArrayField(env, cls, attribute, jn::kAttributeValue);
+    if (env->ExceptionCheck()) return result;
+    jObjectToPrimitiveCKObjectPtrPtr(env, value, &result.pValue, &result.ulValueLen);
+    if (env->ExceptionCheck()) return result;
+    // A mechanism list counts 8 bytes an element, whatever Java says.
+    if (result.type == kMechanismList) return result;
+    // Not checked: a failed read gives -1, which the caller's check catches.
+    const jlong valueLen = GetLongField(env, cls, attribute, jn::kAttributeValueLen);
+    // A 32-bit length from Java gives way to the 8 bytes of a CK_ULONG.
+    if (isNumericAttrType(result.type) && valueLen == 4) return result;
+    result.ulValueLen = static_cast<CK_ULONG>(valueLen);
+    return result;
+}
+
+void jAttributeArrayToCKAttributeArray(JNIEnv* env, jobjectArray array, CK_ATTRIBUTE_PTR* pointer, CK_ULONG* count) {
+    if (array == nullptr) {
+        *pointer = nullptr;
+        *count = 0;
+        return;
+    }
+    const jsize n = env->GetArrayLength(array);
+    if (env->ExceptionCheck()) return;
+    *count = static_cast<CK_ULONG>(n);
+    auto* out = static_cast<CK_ATTRIBUTE_PTR>(calloc(static_cast<size_t>(n), sizeof(CK_ATTRIBUTE)));
+    *pointer = out;
+    for (jsize i = 0; i < n; ++i) {
+        jobject element = env->GetObjectArrayElement(array, i);
+        if (env->ExceptionCheck()) return;
+        // Stored before the check, so that the template owns a half-made value.
+        out[i] = jAttributeToCKAttribute(env, element);
+        if (env->ExceptionCheck()) return;
+    }
+}
+
+void freeCKAttributeArray(CK_ATTRIBUTE_PTR array, CK_ULONG count) {
+    if (array != nullptr) {
+        for (CK_ULONG i = 0; i < count; ++i) free(array[i].pValue);
+    }
+    free(array);
+}

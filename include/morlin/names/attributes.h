@@ -1,0 +1,30 @@
+// Names of the attribute family: CK_ATTRIBUTE, and the value classes of the
+// attribute dispatch that no other family names.
+#ifndef MORLIN_NAMES_ATTRIBUTES_H
+#define MORLIN_NAMES_ATTRIBUTES_H
+
+#include "morlin/javaNames.h"
+#include "morlin/names/core.h"
+
+// java.lang.Long and java.lang.Boolean are written in place through their
+// private field value: JNI reaches private fields.
+#define MORLIN_NAMES_ATTRIBUTES(CLASS, ABSENT_CLASS, FIELD, METHOD)                              \
+    CLASS(Attribute, "kaltrix/morlin/CK_ATTRIBUTE")                                              \
+    FIELD(AttributeTypeField, Attribute, "type", "Lkaltrix/morlin/constants/CK_ATTRIBUTE_TYPE;") \
+    FIELD(AttributeValue, Attribute, "pValue", "Ljava/lang/Object;")                             \
+    FIELD(AttributeValueLen, Attribute, "valueLen", "J")                                         \
+    CLASS(AttributeArray, "[Lkaltrix/morlin/CK_ATTRIBUTE;")                                      \
+    METHOD(AttributeTypeSetValue, AttributeType, "setValue", "(J)V")                             \
+    FIELD(LongField, Long, "value", "J")                                                         \
+    FIELD(BooleanField, Boolean, "value", "Z")                                                   \
+    CLASS(ByteArray, "[B")                                                                       \
+    CLASS(LongArray, "[J")                                                                       \
+    CLASS(String, "java/lang/String")                                                            \
+    CLASS(IntArray, "[I")                                                                        \
+    CLASS(BooleanArray, "[Z")                                                                    \
+    CLASS(CharArray, "[C")                                                                       \
+    CLASS(Character, "java/lang/Character")
+
+MORLIN_JAVA_NAMES(attributes, MORLIN_NAMES_ATTRIBUTES)
+
+#endif
