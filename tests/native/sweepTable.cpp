@@ -198,10 +198,12 @@ std::vector<SweepCase> SweepTable::rows() {
     // does, and int[] takes a route that -Xcheck:jni stops), so that every
     // conversion of the value dispatch is swept.
     auto everyClass = [this] {
-        auto newArray = [this](auto make) {
+        jobject booleans = nullptr, chars = nullptr;
+        {
             Unpatched real(env);
-            return (env->*make)(2);
-        };
+            booleans = env->NewBooleanArray(2);
+            chars = env->NewCharArray(2);
+        }
         auto box = [this](const jn::Class& cls, const char* sig, jvalue v) { return boxed(cls, sig, v); };
         std::vector<jobject> values = {
             bytes(3),
@@ -225,8 +227,8 @@ std::vector<SweepCase> SweepTable::rows() {
             makeLongs({1, 2}),
             makeString("label"),
             box(jn::kInteger, "(I)V", jvalue{.i = -1}),
-            newArray(&JNIEnv::NewBooleanArray),
-            newArray(&JNIEnv::NewCharArray),
+            booleans,
+            chars,
             box(jn::kByte, "(B)V", jvalue{.b = 7}),
         };
         std::vector<jobject> template_;
