@@ -199,7 +199,9 @@ TEST_F(AttributesTest, InPlaceCopyGoesByTheTargetClassAndItsLength) {
     EXPECT_EQ(getLong(number, "value"), 9);
 
     jobject bbool = box(jn::kBBool, "(Z)V", jvalue{.z = JNI_TRUE});
-    copy({2}, 1, bbool);  // only CK_TRUE is true
+    copy({1, 0}, 2, bbool);
+    EXPECT_TRUE(getBoolean(bbool, "m_value"));
+    copy({2, 1}, 2, bbool);  // only CK_TRUE is true
     EXPECT_FALSE(getBoolean(bbool, "m_value"));
     jobject boolean = box(jn::kBoolean, "(Z)V", jvalue{.z = JNI_FALSE});
     copy({3}, 1, boolean);  // the raw byte, of which the JVM keeps the low bit
