@@ -1,5 +1,5 @@
 # What the tests need beyond the library's own build: GoogleTest, JUnit 5
-# (Debian's jars), SoftHSM2's module and OpenSSL. Sets
+# (Debian's jars), SoftHSM2's module and tool, OpenSSL's library and command. Sets
 # MORLIN_TEST_DEPENDENCIES_FOUND, and MORLIN_TEST_DEPENDENCIES_MISSING to the
 # Debian packages that would supply what is not there.
 set(MORLIN_TEST_DEPENDENCIES_MISSING "")
@@ -25,6 +25,11 @@ endif()
 find_package(OpenSSL QUIET COMPONENTS Crypto)
 if(NOT OpenSSL_FOUND)
   list(APPEND MORLIN_TEST_DEPENDENCIES_MISSING libssl-dev)
+endif()
+# The JUnit tests make keys with the openssl command and check bytes with it.
+find_program(MORLIN_OPENSSL openssl)
+if(NOT MORLIN_OPENSSL)
+  list(APPEND MORLIN_TEST_DEPENDENCIES_MISSING openssl)
 endif()
 if(MORLIN_TEST_DEPENDENCIES_MISSING)
   set(MORLIN_TEST_DEPENDENCIES_FOUND FALSE)

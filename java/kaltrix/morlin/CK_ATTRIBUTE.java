@@ -97,12 +97,21 @@ public class CK_ATTRIBUTE {
         this.valueLen = valueLen;
     }
 
+    /** As {@link #CK_ATTRIBUTE(CK_ATTRIBUTE_TYPE, Object, long)} with a {@code CKA_} constant. */
+    public CK_ATTRIBUTE(long type, Object value, long valueLen) {
+        this(new CK_ATTRIBUTE_TYPE(type), value, valueLen);
+    }
+
     /** A read target for a {@code CK_ULONG} attribute: a private {@code Long}. */
     public static CK_ATTRIBUTE readLong(long type) {
         return new CK_ATTRIBUTE(type, 0L);
     }
 
-    /** A read target for a Boolean attribute: a {@link CK_BBOOL}. */
+    /**
+     * A read target for a Boolean attribute: a {@link CK_BBOOL}, which is true
+     * only for {@code CK_TRUE}. A {@code Boolean} target gets the token's byte
+     * as it stands, of which the JVM keeps the lowest bit.
+     */
     public static CK_ATTRIBUTE readBool(long type) {
         return new CK_ATTRIBUTE(type, new CK_BBOOL());
     }

@@ -372,7 +372,7 @@ public final class Cryptoki {
      * {@code valueLen} -1 ({@code CK_UNAVAILABLE_INFORMATION}).
      *
      * <p>A variable-length value is read in two calls: first with a null
-     * value ({@link CK_ATTRIBUTE#CK_ATTRIBUTE(CK_ATTRIBUTE_TYPE, long)}), which
+     * value ({@link CK_ATTRIBUTE#CK_ATTRIBUTE(long)}), which
      * sets {@code valueLen} to the size; then with a {@code byte[]} of that
      * size. A {@code byte[]} shorter than the answer receives what fits and
      * {@code valueLen} tells the true size. Scalar values (a private

@@ -2,9 +2,13 @@ package kaltrix.morlin.examples;
 
 import java.nio.charset.StandardCharsets;
 import java.util.ArrayList;
+import java.util.Arrays;
 import java.util.List;
+import kaltrix.morlin.CK_ATTRIBUTE;
+import kaltrix.morlin.CK_BBOOL;
 import kaltrix.morlin.CK_INFO;
 import kaltrix.morlin.CK_MECHANISM_INFO;
+import kaltrix.morlin.CK_OBJECT_HANDLE;
 import kaltrix.morlin.CK_SESSION_HANDLE;
 import kaltrix.morlin.CK_SESSION_INFO;
 import kaltrix.morlin.CK_SLOT_INFO;
@@ -13,13 +17,16 @@ import kaltrix.morlin.CTUtil;
 import kaltrix.morlin.Cryptoki;
 import kaltrix.morlin.LongRef;
 import kaltrix.morlin.constants.CK;
+import kaltrix.morlin.constants.CK_KEY_TYPE;
 import kaltrix.morlin.constants.CK_MECHANISM_TYPE;
+import kaltrix.morlin.constants.CK_OBJECT_CLASS;
 import kaltrix.morlin.constants.CK_RV;
 import kaltrix.morlin.constants.CK_USER_TYPE;
 
 /**
  * A tour of the binding: what the token library is, which slots and tokens it
- * has, what a token can do, and a session opened and logged in.
+ * has, what a token can do, a session opened and logged in, and the objects
+ * that session sees.
  *
  * <pre>
  * java -Djava.library.path=DIR_OF_LIBMORLIN -cp morlin.jar:morlin-demo.jar \
@@ -175,6 +182,7 @@ public final class Demo {
             sessionState(session);
             if (pin == null) {
                 System.out.println("  No PIN given (--pin): the session stays public.");
+                objects(session);
                 return true;
             }
             // A wrong PIN is a Cryptoki answer, not an exception.
@@ -188,12 +196,89 @@ public final class Demo {
             good = rv.isOk();
             if (good) {
                 sessionState(session);
+                objects(session);
                 line("Logout", describe(Cryptoki.C_Logout(session)));
             }
             return good;
         } finally {
             line("Close", describe(Cryptoki.C_CloseSession(session)));
         }
+    }
+
+    /**
+     * Makes a data object that lives as long as the session, then lists every
+     * object the session can see: the token's public objects, its private
+     * ones once logged in, and the session's own.
+     */
+    private static void objects(CK_SESSION_HANDLE session) {
+        // A template is an array of CK_ATTRIBUTE; each constructor computes
+        // the length the token library sees from the value.
+        CK_ATTRIBUTE[] template = {
+            new CK_ATTRIBUTE(CK.CKA_CLASS, new CK_OBJECT_CLASS(CK.CKO_DATA)),
+            new CK_ATTRIBUTE(CK.CKA_TOKEN, new CK_BBOOL(false)),
+            new CK_ATTRIBUTE(CK.CKA_PRIVATE, new CK_BBOOL(false)),
+            new CK_ATTRIBUTE(CK.CKA_LABEL, "morlin demo data"),
+            new CK_ATTRIBUTE(CK.CKA_VALUE, "made by Demo.java".getBytes(StandardCharsets.UTF_8)),
+        };
+        CK_OBJECT_HANDLE made = new CK_OBJECT_HANDLE();
+        CK_RV rv = Cryptoki.C_CreateObject(session, template, template.length, made);
+        line("Create data object", describe(rv) + (rv.isOk() ? ", handle " + hex(made.m_value) : ""));
+
+        // A null template with count 0 matches every object. The handles come
+        // in batches, into the CK_OBJECT_HANDLE objects the array holds.
+        if (!ok("C_FindObjectsInit", Cryptoki.C_FindObjectsInit(session, null, 0))) {
+            return;
+        }
+        List<CK_OBJECT_HANDLE> found = new ArrayList<>();
+        CK_OBJECT_HANDLE[] batch = new CK_OBJECT_HANDLE[8];
+        LongRef count = new LongRef();
+        do {
+            // Fresh wrappers for each batch: the list keeps those of the last.
+            for (int i = 0; i < batch.length; i++) {
+                batch[i] = new CK_OBJECT_HANDLE();
+            }
+            if (!ok("C_FindObjects", Cryptoki.C_FindObjects(session, batch, batch.length, count))) {
+                break;
+            }
+            found.addAll(Arrays.asList(batch).subList(0, (int) count.value));
+        } while (count.value > 0);
+        ok("C_FindObjectsFinal", Cryptoki.C_FindObjectsFinal(session));
+
+        line("Objects", found.size() + (found.isEmpty() ? ": the session sees none" : ""));
+        if (found.isEmpty()) {
+            return;
+        }
+        System.out.printf("    %-10s %-18s %-12s %s%n", "Handle", "Class", "Key type", "Label");
+        for (CK_OBJECT_HANDLE object : found) {
+            // The wrappers' toString gives the CKO_ and CKK_ names. A data
+            // object has no key type: the token says CKR_ATTRIBUTE_TYPE_INVALID,
+            // delivers the class anyway and marks the key type with length -1.
+            CK_ATTRIBUTE[] kind = {
+                new CK_ATTRIBUTE(CK.CKA_CLASS, new CK_OBJECT_CLASS()),
+                new CK_ATTRIBUTE(CK.CKA_KEY_TYPE, new CK_KEY_TYPE()),
+            };
+            Cryptoki.C_GetAttributeValue(session, object, kind, kind.length);
+            System.out.printf("    %-10s %-18s %-12s %s%n", hex(object.m_value), known(kind[0]), known(kind[1]),
+                    label(session, object));
+        }
+    }
+
+    /** The value of an attribute that the token delivered, or "-". */
+    private static String known(CK_ATTRIBUTE attribute) {
+        return attribute.valueLen == CK.CK_UNAVAILABLE_INFORMATION ? "-" : attribute.pValue.toString();
+    }
+
+    /** The label in the two-call pattern: its length first, then the bytes. */
+    private static String label(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object) {
+        CK_ATTRIBUTE[] label = {new CK_ATTRIBUTE(CK.CKA_LABEL)};
+        if (!Cryptoki.C_GetAttributeValue(session, object, label, 1).isOk() || label[0].valueLen < 0) {
+            return "-";
+        }
+        label[0].pValue = new byte[(int) label[0].valueLen];
+        if (!Cryptoki.C_GetAttributeValue(session, object, label, 1).isOk()) {
+            return "-";
+        }
+        return '"' + label[0].string() + '"';
     }
 
     private static void sessionState(CK_SESSION_HANDLE session) {
