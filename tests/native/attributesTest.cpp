@@ -9,6 +9,7 @@
 #include "allocations.h"
 #include "bridgeTest.h"
 #include "morlin/attributes.h"
+#include "morlin_util.h"
 #include "sweep.h"
 
 namespace morlin_test {
@@ -211,11 +212,15 @@ TEST_F(AttributesTest, InPlaceCopyGoesByTheTargetClassAndItsLength) {
     copy({1, 2, 3, 4, 5, 6, 7, 8, 9, 10}, 10, bytes);
     EXPECT_EQ(readBytes(bytes), (std::vector<unsigned char>{1, 2, 3, 4}));
 
-    jobject h = handle(0), keyType = wrapper(jn::kKeyType, 0);
-    copy(nine, 8, h);
-    copy(nine, 8, keyType);
-    EXPECT_EQ(getLong(h, "m_value"), 9);
-    EXPECT_EQ(getLong(keyType, "m_value"), 9);
+    for (const jn::Class* cls : {&jn::kObjectHandle, &jn::kSessionHandle, &jn::kAttributeType, &jn::kCertificateType,
+                                 &jn::kHWFeatureType, &jn::kKeyType, &jn::kMechanismType, &jn::kObjectClass,
+                                 &jn::kOaepSourceType, &jn::kRV, &jn::kState, &jn::kUserType}) {
+        jobject target = wrapper(*cls, 0);
+        copy(nine, 8, target);
+        EXPECT_EQ(getLong(target, "m_value"), 9) << cls->path;
+    }
+    CopyCKObjectPtrToJObjectPrimitive(env, nullptr, 8, number);  // no value, whatever the length
+    EXPECT_EQ(getLong(number, "value"), 9);
 
     jobjectArray types = wrappers(jn::kMechanismType, {0, 0, 7});
     std::vector<unsigned char> two = ulong(1);
@@ -263,14 +268,28 @@ TEST_F(AttributesTest, AttributeCopyWritesValueThenLength) {
     EXPECT_EQ(takeException(), "java.lang.UnsupportedOperationException");
     EXPECT_EQ(getLong(text, "valueLen"), 77);
 
+    // Nothing to copy from, or a target that is no attribute: silence.
+    CopyCKAttributeToJAttribute(env, nullptr, typed);
+    CopyCKAttributeToJAttribute(env, &found, makeString("not an attribute"));
+    EXPECT_FALSE(pending());
+
     // The array copy stops at the smaller of the two counts.
-    CK_ATTRIBUTE two[] = {found, found};
-    jobjectArray three = attributes(
+    CK_ATTRIBUTE three[] = {found, found, found};
+    auto lengths = [this](jobjectArray array) {
+        std::vector<jlong> out;
+        for (jobject a : readObjects(array)) out.push_back(getLong(a, "valueLen"));
+        return out;
+    };
+    jobjectArray java = attributes(
         {attribute(CKA_LABEL, nullptr, 0), attribute(CKA_LABEL, nullptr, 0), attribute(CKA_LABEL, nullptr, 0)});
-    CopyCKAttributeArrayToJAttributeArray(env, two, 2, three);
-    std::vector<jlong> lengths;
-    for (jobject a : readObjects(three)) lengths.push_back(getLong(a, "valueLen"));
-    EXPECT_EQ(lengths, (std::vector<jlong>{3, 3, 0}));
+    CopyCKAttributeArrayToJAttributeArray(env, nullptr, 2, java);
+    EXPECT_EQ(lengths(java), (std::vector<jlong>{0, 0, 0}));
+    CopyCKAttributeArrayToJAttributeArray(env, three, 2, java);
+    EXPECT_EQ(lengths(java), (std::vector<jlong>{3, 3, 0}));
+    jobjectArray two = attributes({attribute(CKA_LABEL, nullptr, 0), attribute(CKA_LABEL, nullptr, 0)});
+    CopyCKAttributeArrayToJAttributeArray(env, three, 3, two);
+    EXPECT_EQ(lengths(two), (std::vector<jlong>{3, 3}));
+    EXPECT_FALSE(pending());
 }
 
 TEST_F(AttributesTest, NewObjectsGoByTheAttributeType) {
@@ -296,9 +315,75 @@ TEST_F(AttributesTest, NewObjectsGoByTheAttributeType) {
     EXPECT_TRUE(isInstance(make(0x111, bytes, 8), jn::kDate.path));
 
     EXPECT_EQ(readObjects(static_cast<jobjectArray>(make(0x80000104, bytes, 17))).size(), 2u);
+    // The two groups by the names of the attribute table.
     bytes[0] = 1;
-    EXPECT_TRUE(getBoolean(make(0x80000250, bytes, 1), "m_value"));     // HIFACE_MASTER
-    EXPECT_EQ(getLong(make(0x80000200, &number, 8), "value"), 0x1082);  // USAGE_LIMIT
+    for (const char* name : {"TOKEN",
+                             "PRIVATE",
+                             "TRUSTED",
+                             "SENSITIVE",
+                             "ENCRYPT",
+                             "DECRYPT",
+                             "WRAP",
+                             "UNWRAP",
+                             "SIGN",
+                             "SIGN_RECOVER",
+                             "VERIFY",
+                             "VERIFY_RECOVER",
+                             "DERIVE",
+                             "EXTRACTABLE",
+                             "LOCAL",
+                             "NEVER_EXTRACTABLE",
+                             "ALWAYS_SENSITIVE",
+                             "MODIFIABLE",
+                             "SECONDARY_AUTH",
+                             "RESET_ON_INIT",
+                             "HAS_RESET",
+                             "SIGN_LOCAL_CERT",
+                             "EXPORT",
+                             "EXPORTABLE",
+                             "DELETABLE",
+                             "IMPORT",
+                             "PURGE",
+                             "EVENT_LOG_FULL",
+                             "TAMPER_CMD",
+                             "HALT_CMD",
+                             "RTC_AAC_ENABLED",
+                             "VERIFY_OS",
+                             "HIFACE_MASTER"}) {
+        EXPECT_TRUE(getBoolean(make(valAttribute(name), bytes, 1), "m_value")) << name;
+    }
+    for (const char* name : {"MODULUS_BITS",
+                             "PRIME_BITS",
+                             "SUB_PRIME_BITS",
+                             "VALUE_BITS",
+                             "VALUE_LEN",
+                             "AUTH_PIN_FLAGS",
+                             "USAGE_COUNT",
+                             "RECORD_COUNT",
+                             "RECORD_NUMBER",
+                             "SECURITY_MODE",
+                             "TRANSPORT_MODE",
+                             "BATCH",
+                             "HW_STATUS",
+                             "FREE_MEM",
+                             "APPLICATION_COUNT",
+                             "RTC_AAC_GUARD_SECONDS",
+                             "RTC_AAC_GUARD_COUNT",
+                             "AAC_GUARD_DURATION",
+                             "PERFORMANCE_LEVEL",
+                             "SLOT_ID",
+                             "MAX_SESSIONS",
+                             "MIN_PIN_LEN",
+                             "MAX_PIN_FAIL",
+                             "FLAGS",
+                             "ROM_SPACE",
+                             "RAM_SPACE",
+                             "FM_STATUS",
+                             "FM_STARTUP_STATUS",
+                             "FM_ID",
+                             "USAGE_LIMIT"}) {
+        EXPECT_EQ(getLong(make(valAttribute(name), &number, 8), "value"), 0x1082) << name;
+    }
     // Numeric to the utility library, bytes here: KEY_GEN_MECHANISM.
     EXPECT_TRUE(isInstance(make(0x166, &number, 8), "[B"));
     EXPECT_EQ(readBytes(static_cast<jbyteArray>(make(CKA_LABEL, bytes, 3))).size(), 3u);

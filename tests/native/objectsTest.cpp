@@ -126,6 +126,12 @@ TEST_F(ObjectsTest, FindObjectsFillsTheWrappersThereAre) {
     EXPECT_EQ(getLong(found, "value"), 1);
     EXPECT_EQ(values(four), (std::vector<jlong>{11, 12, 13, 14}));
 
+    // Refused: room for handles but no array; no LongRef for the count.
+    EXPECT_EQ(rvOf(Java_kaltrix_morlin_Cryptoki_C_1FindObjects(env, nullptr, session(1), nullptr, 1, found)),
+              CKR_ARGUMENTS_BAD);
+    EXPECT_EQ(rvOf(Java_kaltrix_morlin_Cryptoki_C_1FindObjects(env, nullptr, session(1), four, 4, nullptr)),
+              CKR_ARGUMENTS_BAD);
+
     // The object size is kept on an error.
     fake::setDefault("C_GetObjectSize", fake::Reply().size(99).returns(CKR_FUNCTION_NOT_SUPPORTED));
     jobject size = longRef(3);
