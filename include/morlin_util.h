@@ -126,6 +126,71 @@ int intAttr(const CK_ATTRIBUTE* pAttr);
 CK_ULONG numAttrLookup(CK_ATTRIBUTE_TYPE type, CK_ATTRIBUTE* pAttributes, CK_ULONG count);
 int intAttrLookup(CK_ATTRIBUTE_TYPE type, CK_ATTRIBUTE* pAttributes, CK_ULONG count);
 
+/* ---- mechanism catalogue (mech) ---------------------------------------------- */
+/* Answers from constant lists, without asking a token. All counts go to
+ * *pCount, which must not be null. Results of the mechFrom.. and gen..
+ * operations are fresh blocks that the caller frees with free(); those of
+ * ktFromMech, hashMech, kgMech and kpgMech are the constant lists themselves,
+ * neither written nor freed. No list carries a terminator. */
+
+/* The mechanisms a token offers. The array and the record are heap blocks of
+ * whoever built them; FreeMechData gives both back. */
+typedef struct MechanismTab {
+    CK_MECHANISM_TYPE* mechanisms;
+    unsigned int count; /* 32 bits */
+} MechanismTab;
+
+/* PBE_MD2_DES_CBC (0x3a0) to PBE_SHA1_RC2_40_CBC (0x3ab), and
+ * PBA_SHA1_WITH_SHA1_HMAC (0x3c0). */
+int isPbeMech(CK_MECHANISM_TYPE mech);
+/* RC2_ECB (0x101) to RC2_CBC_PAD (0x105), and RC2_ECB_PAD (0x80000101). */
+int isRc2Mech(CK_MECHANISM_TYPE mech);
+/* 1 if the token offers the mechanism; 0 otherwise, and for a null or empty
+ * tab. */
+int LookupMech(const MechanismTab* tab, CK_MECHANISM_TYPE mech);
+/* Frees the array, then the record; nothing for null. */
+void FreeMechData(MechanismTab* tab);
+
+/* The key types a mechanism takes; GENERIC_SECRET alone for any mechanism
+ * without an entry, unknown values included. */
+const CK_KEY_TYPE* ktFromMech(CK_MECHANISM_TYPE mech, CK_ULONG_PTR pCount);
+
+/* Mechanisms by key type: ciphers and wrapping, signing and MACs, signing
+ * with recovery, derivation. A key type without a list of its own gets a
+ * general one. The count is written before the block is allocated: on null,
+ * *pCount may still hold a size, so test the pointer. */
+CK_MECHANISM_TYPE* mechFromKt(CK_KEY_TYPE keyType, CK_ULONG_PTR pCount);
+CK_MECHANISM_TYPE* mechSignFromKt(CK_KEY_TYPE keyType, CK_ULONG_PTR pCount);
+CK_MECHANISM_TYPE* mechSignRecFromKt(CK_KEY_TYPE keyType, CK_ULONG_PTR pCount);
+CK_MECHANISM_TYPE* mechDeriveFromKt(CK_KEY_TYPE keyType, CK_ULONG_PTR pCount);
+
+/* mechFromKt cut to what the token offers. The count m is the number of
+ * (list entry, token entry) pairs that are equal, but only the first m list
+ * entries are copied out, so the block can end in zero entries. Null when
+ * nothing matches, with *pCount left at the size of mechFromKt's list (a null
+ * tab offers nothing). */
+CK_MECHANISM_TYPE* mechFromTokKt(const MechanismTab* tab, CK_KEY_TYPE keyType, CK_ULONG_PTR pCount);
+
+/* Digest (20), key generation (11) and key pair generation (8) mechanisms. */
+const CK_MECHANISM_TYPE* hashMech(CK_ULONG_PTR pCount);
+const CK_MECHANISM_TYPE* kgMech(CK_ULONG_PTR pCount);
+const CK_MECHANISM_TYPE* kpgMech(CK_ULONG_PTR pCount);
+
+/* The secret-key (and domain parameter) generators, or the key pair
+ * generators, for what the token offers: each once, in the order first met.
+ * The walk stops once the result holds as many values as the token has
+ * entries, and may then hold up to two more. Null for a null or empty tab or
+ * when no entry leads to a generator; *pCount is then left alone. */
+CK_MECHANISM_TYPE* genkMechanismTabFromMechanismTab(const MechanismTab* tab, CK_ULONG_PTR pCount);
+CK_MECHANISM_TYPE* genkpMechanismTabFromMechanismTab(const MechanismTab* tab, CK_ULONG_PTR pCount);
+
+/* ---- object attribute read and write (rwattr) -------------------------------- */
+
+/* qsort comparator of two CK_MECHANISM_TYPE values, ascending and unsigned:
+ * -1, 0 or 1. Rows that begin with such a value, as CK_ATTRIBUTE does with
+ * its type, sort by it too. */
+int compMech(const void* a, const void* b);
+
 #ifdef __cplusplus
 }
 #endif
