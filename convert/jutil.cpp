@@ -83,13 +83,13 @@ char* GetClassName(JNIEnv* env, jobject obj) {
     return reinterpret_cast<char*>(text);
 }
 
-void ThrowUnsupportedFor(JNIEnv* env, jobject obj, const char* format) {
+void ThrowUnsupportedFor(JNIEnv* env, jobject obj, const char* format, size_t limit) {
     jclass unsupported = env->FindClass(jn::kUnsupportedOperation.path);
     if (env->ExceptionCheck()) return;
     char* name = GetClassName(env, obj);
     if (env->ExceptionCheck()) return;
-    char message[256];
-    snprintf(message, sizeof message, format, name);
+    char message[1024];
+    snprintf(message, std::min(limit, sizeof message), format, name);
     free(name);
     env->ThrowNew(unsupported, message);
 }

@@ -46,9 +46,10 @@ jobject GetObjectArrayField(JNIEnv* env, jclass cls, jobject obj, const jn::Obje
 char* GetClassName(JNIEnv* env, jobject obj);
 
 // Raises java.lang.UnsupportedOperationException with format's one %s
-// filled by obj's dotted class name, the message cut to 255 characters. A
-// failure on the way leaves its own exception pending instead.
-void ThrowUnsupportedFor(JNIEnv* env, jobject obj, const char* format);
+// filled by obj's dotted class name, the message cut to limit - 1 (at most
+// 1023) characters. A failure on the way leaves its own exception pending
+// instead.
+void ThrowUnsupportedFor(JNIEnv* env, jobject obj, const char* format, size_t limit = 256);
 
 // Hands a NUL-terminated text to Java as byte[] plus LongRef under the
 // two-phase convention; returns the CK_RV object, or null with an exception

@@ -21,6 +21,7 @@
 #include "morlin/names/attributes.h"
 #include "morlin/names/core.h"
 #include "morlin/names/infos.h"
+#include "morlin/names/params.h"
 
 namespace morlin_test {
 
@@ -74,6 +75,22 @@ protected:
         return a;
     }
     jobjectArray attributes(const std::vector<jobject>& elements) { return makeObjects(jn::kAttribute.path, elements); }
+    // A CK_MECHANISM as the Java side fills one.
+    jobject mechanism(CK_MECHANISM_TYPE type, jobject parameter = nullptr, jlong parameterLen = 0) {
+        jobject m = allocObject(jn::kMechanism.path);
+        setObject(m, "mechanism", jn::kMechanismTypeField.sig, wrapper(jn::kMechanismType, static_cast<jlong>(type)));
+        setObject(m, "pParameter", jn::kMechanismParameter.sig, parameter);
+        setLong(m, "parameterLen", parameterLen);
+        return m;
+    }
+    // A CK_GCM_PARAMS (or a class extending it) with its arrays and tag bits.
+    jobject gcm(jbyteArray iv, jbyteArray aad, jlong tagBits, const char* cls = jn::kGcmParams.path) {
+        jobject p = allocObject(cls);
+        setObject(p, "pIv", "[B", iv);
+        setObject(p, "pAAD", "[B", aad);
+        setLong(p, "ulTagBits", tagBits);
+        return p;
+    }
     // A CK_DATE holding the digits of "yyyymmdd".
     jobject date(const char* digits) {
         jobject d = allocObject(jn::kDate.path);

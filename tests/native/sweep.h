@@ -49,6 +49,11 @@ struct SweepCase {
     // A token function that the native calls even with an exception pending,
     // because its order leaves a conversion unchecked before the call.
     std::string reachedWithPending;
+    // What a faulted run may keep of the C allocator's blocks: a mechanism
+    // parameter converted before the fault, which the release must leave
+    // allocated while the exception is pending. Exactly this, or nothing.
+    long keptBlocks = 0;
+    long keptBytes = 0;
     // The exception that the run without a fault leaves pending on purpose.
     std::string cleanException;
     // Further checks of the run without a fault.
@@ -64,9 +69,12 @@ int sweep(JNIEnv* env, const SweepCase& c);
 
 // A conversion that reports failure only by the pending exception: whatever
 // it returns after a fault is not judged, the rest of the checks are.
-inline int sweepConversion(JNIEnv* env, std::string name, std::function<void()> run) {
+inline int sweepConversion(JNIEnv* env, std::string name, std::function<void()> run, long keptBlocks = 0,
+                           long keptBytes = 0) {
     SweepCase c;
     c.name = std::move(name);
+    c.keptBlocks = keptBlocks;
+    c.keptBytes = keptBytes;
     c.run = [run] {
         run();
         return Result::of(jlong{1});

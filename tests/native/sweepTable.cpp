@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "bridgeTest.h"
+#include "kaltrix_morlin_CK_MECHANISM.h"
 #include "morlin/initArgs.h"
 #include "sweep.h"
 
@@ -306,6 +307,120 @@ std::vector<SweepCase> SweepTable::rows() {
         },
         fake::Reply().ulongs({7, 8})));
     t.push_back(row(NATIVE(Cryptoki, C_1FindObjectsFinal), [this] { return std::make_tuple(session(1)); }));
+
+    // ---- cryptography --------------------------------------------------------------
+    // The parameter that a faulted run may keep: converted before the fault,
+    // left by a release that finds the exception pending.
+    auto keeping = [](SweepCase c, long blocks, long bytes) {
+        c.keptBlocks = blocks;
+        c.keptBytes = bytes;
+        return c;
+    };
+    using DataNative = jobject (*)(JNIEnv*, jclass, jobject, jbyteArray, jlong, jbyteArray, jobject);
+    auto data = [&](const char* name, DataNative native) {
+        t.push_back(row(
+            name, native, [this] { return std::make_tuple(session(1), bytes(4), jlong{4}, bytes(8), longRef(8)); },
+            fake::Reply().bytes({1, 2, 3})));
+    };
+    data(NATIVE(Cryptoki, C_1Encrypt));
+    data(NATIVE(Cryptoki, C_1EncryptUpdate));
+    data(NATIVE(Cryptoki, C_1Decrypt));
+    data(NATIVE(Cryptoki, C_1DecryptUpdate));
+    data(NATIVE(Cryptoki, C_1Digest));
+    data(NATIVE(Cryptoki, C_1Sign));
+    data(NATIVE(Cryptoki, C_1SignRecover));
+    data(NATIVE(Cryptoki, C_1VerifyRecover));
+    data(NATIVE(Cryptoki, C_1DigestEncryptUpdate));
+    data(NATIVE(Cryptoki, C_1DecryptDigestUpdate));
+    data(NATIVE(Cryptoki, C_1SignEncryptUpdate));
+    data(NATIVE(Cryptoki, C_1DecryptVerifyUpdate));
+    using FinalNative = jobject (*)(JNIEnv*, jclass, jobject, jbyteArray, jobject);
+    auto final = [&](const char* name, FinalNative native) {
+        t.push_back(row(
+            name, native, [this] { return std::make_tuple(session(1), bytes(8), longRef(8)); },
+            fake::Reply().bytes({1, 2, 3})));
+    };
+    final(NATIVE(Cryptoki, C_1EncryptFinal));
+    final(NATIVE(Cryptoki, C_1DecryptFinal));
+    final(NATIVE(Cryptoki, C_1DigestFinal));
+    final(NATIVE(Cryptoki, C_1SignFinal));
+    using InputNative = jobject (*)(JNIEnv*, jclass, jobject, jbyteArray, jlong);
+    auto input = [&](const char* name, InputNative native) {
+        t.push_back(row(name, native, [this] { return std::make_tuple(session(1), bytes(4), jlong{4}); }));
+    };
+    input(NATIVE(Cryptoki, C_1DigestUpdate));
+    input(NATIVE(Cryptoki, C_1SignUpdate));
+    input(NATIVE(Cryptoki, C_1VerifyUpdate));
+    input(NATIVE(Cryptoki, C_1VerifyFinal));
+    t.push_back(row(NATIVE(Cryptoki, C_1Verify),
+                    [this] { return std::make_tuple(session(1), bytes(4), jlong{4}, bytes(8), jlong{8}); }));
+    // C_EncryptInit with a GCM parameter (structure, IV and AAD), whose IV
+    // is written back; the others with a byte[] parameter (one block).
+    t.push_back(keeping(row(NATIVE(Cryptoki, C_1EncryptInit),
+                            [this] {
+                                return std::make_tuple(
+                                    session(1), mechanism(CKM_AES_GCM, gcm(bytes(12), bytes(4), 128), 40), handle(2));
+                            }),
+                        3, 40 + 12 + 4));
+    using InitNative = jobject (*)(JNIEnv*, jclass, jobject, jobject, jobject);
+    auto init = [&](const char* name, InitNative native) {
+        t.push_back(
+            keeping(row(name, native,
+                        [this] { return std::make_tuple(session(1), mechanism(0x1082, bytes(16), 16), handle(2)); }),
+                    1, 16));
+    };
+    init(NATIVE(Cryptoki, C_1DecryptInit));
+    init(NATIVE(Cryptoki, C_1SignInit));
+    init(NATIVE(Cryptoki, C_1SignRecoverInit));
+    init(NATIVE(Cryptoki, C_1VerifyInit));
+    init(NATIVE(Cryptoki, C_1VerifyRecoverInit));
+    t.push_back(row(NATIVE(Cryptoki, C_1DigestInit), [this] { return std::make_tuple(session(1), mechanism(0x250)); }));
+    t.push_back(row(NATIVE(Cryptoki, C_1DigestKey), [this] { return std::make_tuple(session(1), handle(2)); }));
+
+    // ---- keys and random numbers -------------------------------------------------------
+    auto label = [this] { return attributes({attribute(CKA_LABEL, text("k"), 1)}); };
+    t.push_back(row(
+        NATIVE(Cryptoki, C_1GenerateKey),
+        [this, label] { return std::make_tuple(session(1), mechanism(CKM_AES_KEY_GEN), label(), jlong{1}, handle(0)); },
+        fake::Reply().handle(0x42)));
+    t.push_back(row(
+        NATIVE(Cryptoki, C_1GenerateKeyPair),
+        [this, label] {
+            return std::make_tuple(session(1), mechanism(0x1040), label(), jlong{1}, label(), jlong{1}, handle(0),
+                                   handle(0));
+        },
+        fake::Reply().handles(0x43, 0x44)));
+    t.push_back(row(
+        NATIVE(Cryptoki, C_1WrapKey),
+        [this] { return std::make_tuple(session(1), mechanism(0x2109), handle(1), handle(2), bytes(40), longRef(40)); },
+        fake::Reply().bytes({1, 2, 3})));
+    t.push_back(row(
+        NATIVE(Cryptoki, C_1UnwrapKey),
+        [this, label] {
+            return std::make_tuple(session(1), mechanism(0x2109), handle(1), bytes(24), jlong{24}, label(), jlong{1},
+                                   handle(0));
+        },
+        fake::Reply().handle(0x45)));
+    t.push_back(row(
+        NATIVE(Cryptoki, C_1DeriveKey),
+        [this, label] {
+            return std::make_tuple(session(1), mechanism(0x1050), handle(1), label(), jlong{1}, handle(0));
+        },
+        fake::Reply().handle(0x46)));
+    t.push_back(
+        row(NATIVE(Cryptoki, C_1SeedRandom), [this] { return std::make_tuple(session(1), bytes(8), jlong{8}); }));
+    t.push_back(row(
+        NATIVE(Cryptoki, C_1GenerateRandom), [this] { return std::make_tuple(session(1), bytes(8), jlong{8}); },
+        fake::Reply().bytes({9, 9, 9, 9, 9, 9, 9, 9})));
+    t.push_back(row(NATIVE(CK_1MECHANISM, getMechanismParameterSize),
+                    [this] { return std::make_tuple(static_cast<jobject>(makeString("abc"))); }));
+    {
+        SweepCase c = row(NATIVE(CK_1MECHANISM, getMechanismParameterSize),
+                          [this] { return std::make_tuple(boxed(jn::kInteger, "(I)V", jvalue{.i = 1})); });
+        c.name += " of a class it does not know";
+        c.cleanException = "java.lang.UnsupportedOperationException";
+        t.push_back(c);
+    }
 
     // ---- names -------------------------------------------------------------------------
     auto stringRow = [this](const char* name, jobject (*native)(JNIEnv*, jclass, jobject, jbyteArray, jobject),

@@ -443,4 +443,595 @@ public final class Cryptoki {
      * @return the token library's result
      */
     public static native CK_RV C_FindObjectsFinal(CK_SESSION_HANDLE hSession);
+
+    // ---- encryption and decryption ------------------------------------------------
+
+    /**
+     * Starts an encryption. The mechanism's {@code parameterLen} is the
+     * parameter length the token library sees (see {@link CK_MECHANISM}); a
+     * parameter of a class that cannot be converted raises
+     * {@link UnsupportedOperationException} before the token library is
+     * called.
+     *
+     * <p>On {@code CKR_OK}, results that the token library leaves in the
+     * parameter are copied back into the parameter object, such as the
+     * initialisation vector that a token generates for {@code CKM_AES_GCM}
+     * into {@link kaltrix.morlin.params.CK_GCM_PARAMS#pIv}. On any other
+     * result the parameter object is left untouched. A Java exception raised
+     * while copying back propagates, although the operation has started in
+     * the token library.
+     *
+     * @param hSession the session
+     * @param pMechanism the mechanism; null gives {@code CKR_ARGUMENTS_BAD}
+     *        without calling the token library
+     * @param hKey the key; null is not rejected but reaches the token library
+     *        as the handle with all bits set
+     * @return the token library's result
+     */
+    public static native CK_RV C_EncryptInit(CK_SESSION_HANDLE hSession, CK_MECHANISM pMechanism, CK_OBJECT_HANDLE hKey);
+
+    /**
+     * Encrypts single-part data. With {@code pEncryptedData} null this is the
+     * size query: the length of the result comes back in
+     * {@code pulEncryptedDataLen}. Otherwise the token library gets room for
+     * {@code pulEncryptedDataLen.value} bytes, whatever the array's length, so
+     * set it to the array's length. The length is written back on every
+     * result, the bytes only on {@code CKR_OK}, as many as the array holds. On
+     * {@code CKR_BUFFER_TOO_SMALL} the array is untouched and
+     * {@code pulEncryptedDataLen} holds the length needed.
+     *
+     * @param hSession the session
+     * @param pData the data; null or empty reaches the token library as a null
+     *        pointer
+     * @param ulDataLen the data length handed to the token library; not
+     *        compared with the array, so keep it at most the array's length
+     * @param pEncryptedData receives the encrypted data, or null for the size
+     *        query
+     * @param pulEncryptedDataLen in: room for the encrypted data; out: its
+     *        length. Null gives {@code CKR_ARGUMENTS_BAD} without calling the
+     *        token library
+     * @return the token library's result
+     */
+    public static native CK_RV C_Encrypt(CK_SESSION_HANDLE hSession, byte[] pData, long ulDataLen, byte[] pEncryptedData, LongRef pulEncryptedDataLen);
+
+    /**
+     * Continues a multiple-part encryption, under the size-query and output
+     * rules of {@link #C_Encrypt}.
+     *
+     * @param hSession the session
+     * @param pPart the data part; null or empty reaches the token library as a
+     *        null pointer
+     * @param ulPartLen the part length handed to the token library; keep it at
+     *        most the array's length
+     * @param pEncryptedPart receives the encrypted part, or null for the size
+     *        query
+     * @param pulEncryptedPartLen in: room for the encrypted part; out: its
+     *        length. Null gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_EncryptUpdate(CK_SESSION_HANDLE hSession, byte[] pPart, long ulPartLen, byte[] pEncryptedPart, LongRef pulEncryptedPartLen);
+
+    /**
+     * Finishes a multiple-part encryption, under the size-query and output
+     * rules of {@link #C_Encrypt}.
+     *
+     * @param hSession the session
+     * @param pLastEncryptedPart receives the last encrypted part, or null for
+     *        the size query
+     * @param pulLastEncryptedPartLen in: room for the last part; out: its
+     *        length. Null gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_EncryptFinal(CK_SESSION_HANDLE hSession, byte[] pLastEncryptedPart, LongRef pulLastEncryptedPartLen);
+
+    /**
+     * Starts a decryption. The mechanism is converted as for
+     * {@link #C_EncryptInit}, but nothing is copied back: the parameter object
+     * is left as it is.
+     *
+     * @param hSession the session
+     * @param pMechanism the mechanism; null gives {@code CKR_ARGUMENTS_BAD}
+     * @param hKey the key; null reaches the token library as the handle with
+     *        all bits set
+     * @return the token library's result
+     */
+    public static native CK_RV C_DecryptInit(CK_SESSION_HANDLE hSession, CK_MECHANISM pMechanism, CK_OBJECT_HANDLE hKey);
+
+    /**
+     * Decrypts single-part data, under the size-query and output rules of
+     * {@link #C_Encrypt}.
+     *
+     * @param hSession the session
+     * @param pEncryptedData the encrypted data; null or empty reaches the token
+     *        library as a null pointer
+     * @param ulEncryptedDataLen the length handed to the token library; keep it
+     *        at most the array's length
+     * @param pData receives the data, or null for the size query
+     * @param pulDataLen in: room for the data; out: its length. Null gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_Decrypt(CK_SESSION_HANDLE hSession, byte[] pEncryptedData, long ulEncryptedDataLen, byte[] pData, LongRef pulDataLen);
+
+    /**
+     * Continues a multiple-part decryption, under the size-query and output
+     * rules of {@link #C_Encrypt}.
+     *
+     * @param hSession the session
+     * @param pEncryptedPart the encrypted part; null or empty reaches the token
+     *        library as a null pointer
+     * @param ulEncryptedPartLen the length handed to the token library; keep it
+     *        at most the array's length
+     * @param pPart receives the decrypted part, or null for the size query
+     * @param pulPartLen in: room for the part; out: its length. Null gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_DecryptUpdate(CK_SESSION_HANDLE hSession, byte[] pEncryptedPart, long ulEncryptedPartLen, byte[] pPart, LongRef pulPartLen);
+
+    /**
+     * Finishes a multiple-part decryption, under the size-query and output
+     * rules of {@link #C_Encrypt}.
+     *
+     * @param hSession the session
+     * @param pLastPart receives the last decrypted part, or null for the size
+     *        query
+     * @param pulLastPartLen in: room for the last part; out: its length. Null
+     *        gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_DecryptFinal(CK_SESSION_HANDLE hSession, byte[] pLastPart, LongRef pulLastPartLen);
+
+    // ---- message digests ----------------------------------------------------------
+
+    /**
+     * Starts a message digest. The parameter object, if any, is left as it is.
+     *
+     * @param hSession the session
+     * @param pMechanism the mechanism; null gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_DigestInit(CK_SESSION_HANDLE hSession, CK_MECHANISM pMechanism);
+
+    /**
+     * Digests single-part data, under the size-query and output rules of
+     * {@link #C_Encrypt}.
+     *
+     * @param hSession the session
+     * @param pData the data; null or empty reaches the token library as a null
+     *        pointer
+     * @param ulDataLen the length handed to the token library; keep it at most
+     *        the array's length
+     * @param pDigest receives the digest, or null for the size query
+     * @param pulDigestLen in: room for the digest; out: its length. Null gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_Digest(CK_SESSION_HANDLE hSession, byte[] pData, long ulDataLen, byte[] pDigest, LongRef pulDigestLen);
+
+    /**
+     * Continues a multiple-part digest. Nothing is checked: a null part
+     * reaches the token library as a null pointer with {@code ulPartLen}.
+     *
+     * @param hSession the session
+     * @param pPart the data part; null or empty reaches the token library as a
+     *        null pointer
+     * @param ulPartLen the length handed to the token library; keep it at most
+     *        the array's length
+     * @return the token library's result
+     */
+    public static native CK_RV C_DigestUpdate(CK_SESSION_HANDLE hSession, byte[] pPart, long ulPartLen);
+
+    /**
+     * Continues a multiple-part digest with the value of a secret key.
+     *
+     * @param hSession the session
+     * @param hKey the key; null reaches the token library as the handle with
+     *        all bits set
+     * @return the token library's result
+     */
+    public static native CK_RV C_DigestKey(CK_SESSION_HANDLE hSession, CK_OBJECT_HANDLE hKey);
+
+    /**
+     * Finishes a multiple-part digest, under the size-query and output rules
+     * of {@link #C_Encrypt}.
+     *
+     * @param hSession the session
+     * @param pDigest receives the digest, or null for the size query
+     * @param pulDigestLen in: room for the digest; out: its length. Null gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_DigestFinal(CK_SESSION_HANDLE hSession, byte[] pDigest, LongRef pulDigestLen);
+
+    // ---- signatures and verification ----------------------------------------------
+
+    /**
+     * Starts a signature or MAC. The mechanism is converted as for
+     * {@link #C_EncryptInit}, but nothing is copied back: the parameter object
+     * is left as it is.
+     *
+     * @param hSession the session
+     * @param pMechanism the mechanism; null gives {@code CKR_ARGUMENTS_BAD}
+     * @param hKey the signing key; null reaches the token library as the handle
+     *        with all bits set
+     * @return the token library's result
+     */
+    public static native CK_RV C_SignInit(CK_SESSION_HANDLE hSession, CK_MECHANISM pMechanism, CK_OBJECT_HANDLE hKey);
+
+    /**
+     * Signs single-part data, under the size-query and output rules of
+     * {@link #C_Encrypt}.
+     *
+     * @param hSession the session
+     * @param pData the data; null or empty reaches the token library as a null
+     *        pointer
+     * @param ulDataLen the length handed to the token library; keep it at most
+     *        the array's length
+     * @param pSignature receives the signature, or null for the size query
+     * @param pulSignatureLen in: room for the signature; out: its length. Null
+     *        gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_Sign(CK_SESSION_HANDLE hSession, byte[] pData, long ulDataLen, byte[] pSignature, LongRef pulSignatureLen);
+
+    /**
+     * Continues a multiple-part signature. Nothing is checked: a null part
+     * reaches the token library as a null pointer with {@code ulPartLen}.
+     *
+     * @param hSession the session
+     * @param pPart the data part; null or empty reaches the token library as a
+     *        null pointer
+     * @param ulPartLen the length handed to the token library; keep it at most
+     *        the array's length
+     * @return the token library's result
+     */
+    public static native CK_RV C_SignUpdate(CK_SESSION_HANDLE hSession, byte[] pPart, long ulPartLen);
+
+    /**
+     * Finishes a multiple-part signature, under the size-query and output
+     * rules of {@link #C_Encrypt}.
+     *
+     * @param hSession the session
+     * @param pSignature receives the signature, or null for the size query
+     * @param pulSignatureLen in: room for the signature; out: its length. Null
+     *        gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_SignFinal(CK_SESSION_HANDLE hSession, byte[] pSignature, LongRef pulSignatureLen);
+
+    /**
+     * Starts a signature from which the data can be recovered. The mechanism
+     * is converted as for {@link #C_EncryptInit}, but nothing is copied back.
+     *
+     * @param hSession the session
+     * @param pMechanism the mechanism; null gives {@code CKR_ARGUMENTS_BAD}
+     * @param hKey the signing key; null reaches the token library as the handle
+     *        with all bits set
+     * @return the token library's result
+     */
+    public static native CK_RV C_SignRecoverInit(CK_SESSION_HANDLE hSession, CK_MECHANISM pMechanism, CK_OBJECT_HANDLE hKey);
+
+    /**
+     * Signs data so that it can be recovered from the signature, under the
+     * size-query and output rules of {@link #C_Encrypt}.
+     *
+     * @param hSession the session
+     * @param pData the data; null or empty reaches the token library as a null
+     *        pointer
+     * @param ulDataLen the length handed to the token library; keep it at most
+     *        the array's length
+     * @param pSignature receives the signature, or null for the size query
+     * @param pulSignatureLen in: room for the signature; out: its length. Null
+     *        gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_SignRecover(CK_SESSION_HANDLE hSession, byte[] pData, long ulDataLen, byte[] pSignature, LongRef pulSignatureLen);
+
+    /**
+     * Starts a verification of a signature or MAC. The mechanism is converted
+     * as for {@link #C_EncryptInit}, but nothing is copied back.
+     *
+     * @param hSession the session
+     * @param pMechanism the mechanism; null gives {@code CKR_ARGUMENTS_BAD}
+     * @param hKey the verification key; null reaches the token library as the
+     *        handle with all bits set
+     * @return the token library's result
+     */
+    public static native CK_RV C_VerifyInit(CK_SESSION_HANDLE hSession, CK_MECHANISM pMechanism, CK_OBJECT_HANDLE hKey);
+
+    /**
+     * Verifies a signature on single-part data. Nothing is checked: a null
+     * array reaches the token library as a null pointer with its length. A
+     * signature that does not verify is a result such as
+     * {@code CKR_SIGNATURE_INVALID} or {@code CKR_SIGNATURE_LEN_RANGE}, not an
+     * exception.
+     *
+     * @param hSession the session
+     * @param pData the data; null or empty reaches the token library as a null
+     *        pointer
+     * @param ulDataLen the length handed to the token library; keep it at most
+     *        the array's length
+     * @param pSignature the signature; null or empty reaches the token library
+     *        as a null pointer
+     * @param ulSignatureLen the length handed to the token library; keep it at
+     *        most the array's length
+     * @return the token library's result
+     */
+    public static native CK_RV C_Verify(CK_SESSION_HANDLE hSession, byte[] pData, long ulDataLen, byte[] pSignature, long ulSignatureLen);
+
+    /**
+     * Continues a multiple-part verification. Nothing is checked: a null part
+     * reaches the token library as a null pointer with {@code ulPartLen}.
+     *
+     * @param hSession the session
+     * @param pPart the data part; null or empty reaches the token library as a
+     *        null pointer
+     * @param ulPartLen the length handed to the token library; keep it at most
+     *        the array's length
+     * @return the token library's result
+     */
+    public static native CK_RV C_VerifyUpdate(CK_SESSION_HANDLE hSession, byte[] pPart, long ulPartLen);
+
+    /**
+     * Finishes a multiple-part verification. A signature that does not verify
+     * is a result such as {@code CKR_SIGNATURE_INVALID}, not an exception.
+     *
+     * @param hSession the session
+     * @param pSignature the signature; null or empty reaches the token library
+     *        as a null pointer
+     * @param ulSignatureLen the length handed to the token library; keep it at
+     *        most the array's length
+     * @return the token library's result
+     */
+    public static native CK_RV C_VerifyFinal(CK_SESSION_HANDLE hSession, byte[] pSignature, long ulSignatureLen);
+
+    /**
+     * Starts a verification that recovers the data from the signature. The
+     * mechanism is converted as for {@link #C_EncryptInit}, but nothing is
+     * copied back.
+     *
+     * @param hSession the session
+     * @param pMechanism the mechanism; null gives {@code CKR_ARGUMENTS_BAD}
+     * @param hKey the verification key; null reaches the token library as the
+     *        handle with all bits set
+     * @return the token library's result
+     */
+    public static native CK_RV C_VerifyRecoverInit(CK_SESSION_HANDLE hSession, CK_MECHANISM pMechanism, CK_OBJECT_HANDLE hKey);
+
+    /**
+     * Verifies a signature and recovers the signed data, under the size-query
+     * and output rules of {@link #C_Encrypt}.
+     *
+     * @param hSession the session
+     * @param pSignature the signature; null or empty reaches the token library
+     *        as a null pointer
+     * @param ulSignatureLen the length handed to the token library; keep it at
+     *        most the array's length
+     * @param pData receives the recovered data, or null for the size query
+     * @param pulDataLen in: room for the data; out: its length. Null gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_VerifyRecover(CK_SESSION_HANDLE hSession, byte[] pSignature, long ulSignatureLen, byte[] pData, LongRef pulDataLen);
+
+    // ---- dual-function operations -------------------------------------------------
+
+    /**
+     * Continues a digest and an encryption with the same part, under the
+     * size-query and output rules of {@link #C_Encrypt}.
+     *
+     * @param hSession the session
+     * @param pPart the data part; null or empty reaches the token library as a
+     *        null pointer
+     * @param ulPartLen the length handed to the token library; keep it at most
+     *        the array's length
+     * @param pEncryptedPart receives the encrypted part, or null for the size
+     *        query
+     * @param pulEncryptedPartLen in: room for the encrypted part; out: its
+     *        length. Null gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_DigestEncryptUpdate(CK_SESSION_HANDLE hSession, byte[] pPart, long ulPartLen, byte[] pEncryptedPart, LongRef pulEncryptedPartLen);
+
+    /**
+     * Continues a decryption and a digest of the decrypted part, under the
+     * size-query and output rules of {@link #C_Encrypt}.
+     *
+     * @param hSession the session
+     * @param pEncryptedPart the encrypted part; null or empty reaches the token
+     *        library as a null pointer
+     * @param ulEncryptedPartLen the length handed to the token library; keep it
+     *        at most the array's length
+     * @param pPart receives the decrypted part, or null for the size query
+     * @param pulPartLen in: room for the part; out: its length. Null gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_DecryptDigestUpdate(CK_SESSION_HANDLE hSession, byte[] pEncryptedPart, long ulEncryptedPartLen, byte[] pPart, LongRef pulPartLen);
+
+    /**
+     * Continues a signature and an encryption with the same part, under the
+     * size-query and output rules of {@link #C_Encrypt}.
+     *
+     * @param hSession the session
+     * @param pPart the data part; null or empty reaches the token library as a
+     *        null pointer
+     * @param ulPartLen the length handed to the token library; keep it at most
+     *        the array's length
+     * @param pEncryptedPart receives the encrypted part, or null for the size
+     *        query
+     * @param pulEncryptedPartLen in: room for the encrypted part; out: its
+     *        length. Null gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_SignEncryptUpdate(CK_SESSION_HANDLE hSession, byte[] pPart, long ulPartLen, byte[] pEncryptedPart, LongRef pulEncryptedPartLen);
+
+    /**
+     * Continues a decryption and a verification of the decrypted part, under
+     * the size-query and output rules of {@link #C_Encrypt}.
+     *
+     * @param hSession the session
+     * @param pEncryptedPart the encrypted part; null or empty reaches the token
+     *        library as a null pointer
+     * @param ulEncryptedPartLen the length handed to the token library; keep it
+     *        at most the array's length
+     * @param pPart receives the decrypted part, or null for the size query
+     * @param pulPartLen in: room for the part; out: its length. Null gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_DecryptVerifyUpdate(CK_SESSION_HANDLE hSession, byte[] pEncryptedPart, long ulEncryptedPartLen, byte[] pPart, LongRef pulPartLen);
+
+    // ---- key management -----------------------------------------------------------
+
+    /**
+     * Generates a secret key or a set of domain parameters. On {@code CKR_OK}
+     * the new handle is stored in {@code phKey}, and then the results that the
+     * token library leaves in the mechanism's parameter are copied into the
+     * parameter object (such as the initialisation vector of a
+     * {@link kaltrix.morlin.params.CK_PBE_PARAMS}). On any other result
+     * {@code phKey} and the parameter object keep their old values. A Java
+     * exception raised while storing them propagates, although the key exists
+     * on the token.
+     *
+     * @param hSession the session
+     * @param pMechanism the mechanism; null gives {@code CKR_ARGUMENTS_BAD}
+     * @param pTemplate the new key's attributes; null with a positive count
+     *        gives {@code CKR_ARGUMENTS_BAD}
+     * @param ulCount the number of attributes handed to the token library
+     * @param phKey receives the handle; null gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_GenerateKey(CK_SESSION_HANDLE hSession, CK_MECHANISM pMechanism, CK_ATTRIBUTE[] pTemplate, long ulCount, CK_OBJECT_HANDLE phKey);
+
+    /**
+     * Generates a key pair. On {@code CKR_OK} the new handles are stored in
+     * {@code phPublicKey} and {@code phPrivateKey}, in that order, and then the
+     * results that the token library leaves in the mechanism's parameter are
+     * copied into the parameter object; on any other result all three keep
+     * their old values. A Java exception raised while storing them stops the
+     * stores that follow and propagates, although the pair exists on the token.
+     *
+     * @param hSession the session
+     * @param pMechanism the mechanism; null gives {@code CKR_ARGUMENTS_BAD}
+     * @param pPublicKeyTemplate the public key's attributes; null with a
+     *        positive count gives {@code CKR_ARGUMENTS_BAD}
+     * @param ulPublicKeyAttributeCount the number of public key attributes
+     *        handed to the token library
+     * @param pPrivateKeyTemplate the private key's attributes; null with a
+     *        positive count gives {@code CKR_ARGUMENTS_BAD}
+     * @param ulPrivateKeyAttributeCount the number of private key attributes
+     *        handed to the token library
+     * @param phPublicKey receives the public key's handle; null gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @param phPrivateKey receives the private key's handle; null gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_GenerateKeyPair(CK_SESSION_HANDLE hSession, CK_MECHANISM pMechanism, CK_ATTRIBUTE[] pPublicKeyTemplate, long ulPublicKeyAttributeCount, CK_ATTRIBUTE[] pPrivateKeyTemplate, long ulPrivateKeyAttributeCount, CK_OBJECT_HANDLE phPublicKey, CK_OBJECT_HANDLE phPrivateKey);
+
+    /**
+     * Wraps (encrypts) a key, under the size-query and output rules of
+     * {@link #C_Encrypt}: with {@code pWrappedKey} null the length of the
+     * wrapped key comes back in {@code pulWrappedKeyLen}. The parameter object
+     * is left as it is.
+     *
+     * @param hSession the session
+     * @param pMechanism the wrapping mechanism; null gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @param hWrappingKey the wrapping key; null reaches the token library as
+     *        handle 0 ({@code CK_INVALID_HANDLE}), for mechanisms that need no
+     *        key
+     * @param hKey the key to wrap; null reaches the token library as the handle
+     *        with all bits set
+     * @param pWrappedKey receives the wrapped key, or null for the size query
+     * @param pulWrappedKeyLen in: room for the wrapped key; out: its length.
+     *        Null gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_WrapKey(CK_SESSION_HANDLE hSession, CK_MECHANISM pMechanism, CK_OBJECT_HANDLE hWrappingKey, CK_OBJECT_HANDLE hKey, byte[] pWrappedKey, LongRef pulWrappedKeyLen);
+
+    /**
+     * Unwraps (decrypts) a wrapped key into a new key object. On
+     * {@code CKR_OK} the new handle is stored in {@code phKey}, and then the
+     * results that the token library leaves in the mechanism's parameter are
+     * copied into the parameter object (such as the extra data of a
+     * {@link kaltrix.morlin.params.CK_KEY_WRAP_SET_OAEP_PARAMS}). On any other
+     * result {@code phKey} and the parameter object keep their old values. A
+     * Java exception raised while storing them propagates, although the key
+     * exists on the token.
+     *
+     * @param hSession the session
+     * @param pMechanism the unwrapping mechanism; null gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @param hUnwrappingKey the unwrapping key; null reaches the token library
+     *        as the handle with all bits set
+     * @param pWrappedKey the wrapped key; null gives {@code CKR_ARGUMENTS_BAD},
+     *        whatever its length
+     * @param ulWrappedKeyLen the length handed to the token library; keep it at
+     *        most the array's length
+     * @param pTemplate the new key's attributes; null with a positive count
+     *        gives {@code CKR_ARGUMENTS_BAD}
+     * @param ulAttributeCount the number of attributes handed to the token
+     *        library
+     * @param phKey receives the handle; null gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV C_UnwrapKey(CK_SESSION_HANDLE hSession, CK_MECHANISM pMechanism, CK_OBJECT_HANDLE hUnwrappingKey, byte[] pWrappedKey, long ulWrappedKeyLen, CK_ATTRIBUTE[] pTemplate, long ulAttributeCount, CK_OBJECT_HANDLE phKey);
+
+    /**
+     * Derives a key from a base key. On {@code CKR_OK} the new handle is stored
+     * in {@code phKey}, and then the results that the token library leaves in
+     * the mechanism's parameter are copied into the parameter object, such as
+     * the key handles and vectors of a
+     * {@link kaltrix.morlin.params.CK_SSL3_KEY_MAT_PARAMS}. On any other result
+     * {@code phKey} and the parameter object keep their old values. A Java
+     * exception raised while storing them propagates, although the key exists
+     * on the token.
+     *
+     * @param hSession the session
+     * @param pMechanism the derivation mechanism; null gives
+     *        {@code CKR_ARGUMENTS_BAD}
+     * @param hBaseKey the base key; null reaches the token library as the
+     *        handle with all bits set
+     * @param pTemplate the new key's attributes; null with a positive count
+     *        gives {@code CKR_ARGUMENTS_BAD}
+     * @param ulAttributeCount the number of attributes handed to the token
+     *        library
+     * @param phKey receives the handle. Null is not rejected: the key is made
+     *        and its handle lost, with {@code CKR_OK}; pass null only for
+     *        mechanisms whose results arrive in the parameter
+     * @return the token library's result
+     */
+    public static native CK_RV C_DeriveKey(CK_SESSION_HANDLE hSession, CK_MECHANISM pMechanism, CK_OBJECT_HANDLE hBaseKey, CK_ATTRIBUTE[] pTemplate, long ulAttributeCount, CK_OBJECT_HANDLE phKey);
+
+    // ---- random numbers -----------------------------------------------------------
+
+    /**
+     * Mixes seed material into the token's random number generator.
+     *
+     * @param hSession the session
+     * @param pSeed the seed; null with a positive length gives
+     *        {@code CKR_ARGUMENTS_BAD}, null or empty with a length of 0
+     *        reaches the token library as a null pointer
+     * @param ulSeedLen the length handed to the token library; keep it at most
+     *        the array's length
+     * @return the token library's result
+     */
+    public static native CK_RV C_SeedRandom(CK_SESSION_HANDLE hSession, byte[] pSeed, long ulSeedLen);
+
+    /**
+     * Generates random bytes. The token library makes {@code ulRandomLen}
+     * bytes; on {@code CKR_OK} as many of them as {@code pRandomData} holds are
+     * copied into it, and the rest are dropped. On any other result the array
+     * is untouched.
+     *
+     * @param hSession the session
+     * @param pRandomData receives the random bytes; null with a positive length
+     *        gives {@code CKR_ARGUMENTS_BAD}
+     * @param ulRandomLen the number of bytes asked of the token library
+     * @return the token library's result
+     */
+    public static native CK_RV C_GenerateRandom(CK_SESSION_HANDLE hSession, byte[] pRandomData, long ulRandomLen);
 }
