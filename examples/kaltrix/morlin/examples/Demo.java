@@ -7,6 +7,7 @@ import java.util.List;
 import kaltrix.morlin.CK_ATTRIBUTE;
 import kaltrix.morlin.CK_BBOOL;
 import kaltrix.morlin.CK_INFO;
+import kaltrix.morlin.CK_MECHANISM;
 import kaltrix.morlin.CK_MECHANISM_INFO;
 import kaltrix.morlin.CK_OBJECT_HANDLE;
 import kaltrix.morlin.CK_SESSION_HANDLE;
@@ -22,11 +23,12 @@ import kaltrix.morlin.constants.CK_MECHANISM_TYPE;
 import kaltrix.morlin.constants.CK_OBJECT_CLASS;
 import kaltrix.morlin.constants.CK_RV;
 import kaltrix.morlin.constants.CK_USER_TYPE;
+import kaltrix.morlin.params.CK_GCM_PARAMS;
 
 /**
  * A tour of the binding: what the token library is, which slots and tokens it
- * has, what a token can do, a session opened and logged in, and the objects
- * that session sees.
+ * has, what a token can do, a session opened and logged in, the objects that
+ * session sees, and some cryptography with keys made for the session.
  *
  * <pre>
  * java -Djava.library.path=DIR_OF_LIBMORLIN -cp morlin.jar:morlin-demo.jar \
@@ -197,6 +199,8 @@ public final class Demo {
             if (good) {
                 sessionState(session);
                 objects(session);
+                good = cryptography(session);
+                heading("Leaving the session");
                 line("Logout", describe(Cryptoki.C_Logout(session)));
             }
             return good;
@@ -261,6 +265,142 @@ public final class Demo {
             System.out.printf("    %-10s %-18s %-12s %s%n", hex(object.m_value), known(kind[0]), known(kind[1]),
                     label(session, object));
         }
+    }
+
+    /**
+     * Cryptography with session keys: an AES key generated on the token
+     * encrypts and decrypts with AES-GCM, an EC key pair on P-256 signs a
+     * SHA-256 digest and verifies the signature. Returns whether every call
+     * gave the answer expected.
+     */
+    private static boolean cryptography(CK_SESSION_HANDLE session) {
+        heading("Cryptography");
+        CK_ATTRIBUTE[] aesTemplate = {
+            new CK_ATTRIBUTE(CK.CKA_TOKEN, false),
+            new CK_ATTRIBUTE(CK.CKA_VALUE_LEN, 32L),
+            new CK_ATTRIBUTE(CK.CKA_ENCRYPT, true),
+            new CK_ATTRIBUTE(CK.CKA_DECRYPT, true),
+            new CK_ATTRIBUTE(CK.CKA_LABEL, "morlin demo AES key"),
+        };
+        CK_OBJECT_HANDLE aes = new CK_OBJECT_HANDLE();
+        // A mechanism without a parameter takes just its type.
+        CK_RV rv = Cryptoki.C_GenerateKey(session, new CK_MECHANISM(CK.CKM_AES_KEY_GEN), aesTemplate,
+                aesTemplate.length, aes);
+        line("Generate AES key", describe(rv) + (rv.isOk() ? ", handle " + hex(aes.m_value) : ""));
+        if (!rv.isOk()) {
+            return false;
+        }
+
+        // A fresh 12-byte IV from the token's generator for each encryption.
+        byte[] iv = new byte[12];
+        if (!ok("C_GenerateRandom", Cryptoki.C_GenerateRandom(session, iv, iv.length))) {
+            return false;
+        }
+        byte[] aad = "demo header".getBytes(StandardCharsets.UTF_8);
+        byte[] plain = "Attack at dawn, said the demo.".getBytes(StandardCharsets.UTF_8);
+        // The constructor with a parameter computes parameterLen, the length
+        // of the Cryptoki structure the token library gets.
+        CK_MECHANISM gcm = new CK_MECHANISM(CK.CKM_AES_GCM, new CK_GCM_PARAMS(iv, aad, 128));
+        line("Mechanism", gcm);
+        if (!ok("C_EncryptInit", Cryptoki.C_EncryptInit(session, gcm, aes))) {
+            return false;
+        }
+        byte[] sealed = output("C_Encrypt", (out, length) -> Cryptoki.C_Encrypt(session, plain, plain.length,
+                out, length));
+        if (sealed == null) {
+            return false;
+        }
+        line("Plaintext", '"' + new String(plain, StandardCharsets.UTF_8) + '"');
+        line("Ciphertext and tag", hex(sealed));
+        if (!ok("C_DecryptInit", Cryptoki.C_DecryptInit(session, gcm, aes))) {
+            return false;
+        }
+        byte[] opened = output("C_Decrypt", (out, length) -> Cryptoki.C_Decrypt(session, sealed, sealed.length,
+                out, length));
+        if (opened == null) {
+            return false;
+        }
+        if (!Arrays.equals(plain, opened)) {
+            System.out.println("Round trip failed: decrypted \"" + new String(opened, StandardCharsets.UTF_8) + '"');
+            return false;
+        }
+        line("Decrypted", '"' + new String(opened, StandardCharsets.UTF_8) + "\", equal to the plaintext");
+
+        // An EC key pair: the curve goes in as the DER encoding of its OID.
+        CK_ATTRIBUTE[] publicTemplate = {
+            new CK_ATTRIBUTE(CK.CKA_TOKEN, false),
+            new CK_ATTRIBUTE(CK.CKA_VERIFY, true),
+            new CK_ATTRIBUTE(CK.CKA_EC_PARAMS, PRIME256V1),
+        };
+        CK_ATTRIBUTE[] privateTemplate = {
+            new CK_ATTRIBUTE(CK.CKA_TOKEN, false),
+            new CK_ATTRIBUTE(CK.CKA_SIGN, true),
+        };
+        CK_OBJECT_HANDLE publicKey = new CK_OBJECT_HANDLE();
+        CK_OBJECT_HANDLE privateKey = new CK_OBJECT_HANDLE();
+        rv = Cryptoki.C_GenerateKeyPair(session, new CK_MECHANISM(CK.CKM_EC_KEY_PAIR_GEN), publicTemplate,
+                publicTemplate.length, privateTemplate, privateTemplate.length, publicKey, privateKey);
+        line("Generate EC key pair", describe(rv)
+                + (rv.isOk() ? ", handles " + hex(publicKey.m_value) + " and " + hex(privateKey.m_value) : ""));
+        if (!rv.isOk()) {
+            return false;
+        }
+        // CKM_ECDSA signs a digest the caller made: here, the token's SHA-256.
+        byte[] message = "morlin signs this".getBytes(StandardCharsets.UTF_8);
+        if (!ok("C_DigestInit", Cryptoki.C_DigestInit(session, new CK_MECHANISM(CK.CKM_SHA256)))) {
+            return false;
+        }
+        byte[] digest = output("C_Digest", (out, length) -> Cryptoki.C_Digest(session, message, message.length,
+                out, length));
+        if (digest == null || !ok("C_SignInit", Cryptoki.C_SignInit(session, new CK_MECHANISM(CK.CKM_ECDSA),
+                privateKey))) {
+            return false;
+        }
+        byte[] signature = output("C_Sign", (out, length) -> Cryptoki.C_Sign(session, digest, digest.length,
+                out, length));
+        if (signature == null) {
+            return false;
+        }
+        line("SHA-256 of message", hex(digest));
+        line("ECDSA signature", hex(signature));
+        // A signature that does not verify is an answer, CKR_SIGNATURE_INVALID.
+        boolean verified = true;
+        for (boolean changed : new boolean[] {false, true}) {
+            byte[] signed = digest.clone();
+            if (changed) {
+                signed[0] ^= 1;
+            }
+            if (!ok("C_VerifyInit", Cryptoki.C_VerifyInit(session, new CK_MECHANISM(CK.CKM_ECDSA), publicKey))) {
+                return false;
+            }
+            rv = Cryptoki.C_Verify(session, signed, signed.length, signature, signature.length);
+            line(changed ? "Verify, other digest" : "Verify", describe(rv));
+            verified &= rv.m_value == (changed ? CK.CKR_SIGNATURE_INVALID : CK.CKR_OK);
+        }
+        if (!verified) {
+            System.out.println("Verification failed: not the answers expected");
+        }
+        return verified;
+    }
+
+    /** A call that delivers bytes: a null array asks for their length. */
+    private interface Output {
+        CK_RV call(byte[] out, LongRef length);
+    }
+
+    /** The two-call pattern for output bytes: the length, then the bytes; null on failure. */
+    private static byte[] output(String function, Output call) {
+        LongRef length = new LongRef();
+        if (!ok(function, call.call(null, length))) {
+            return null;
+        }
+        // The length may shrink on the second call: it is the size of the
+        // result, the first only a bound for some mechanisms.
+        byte[] out = new byte[(int) length.value];
+        if (!ok(function, call.call(out, length))) {
+            return null;
+        }
+        return Arrays.copyOf(out, (int) length.value);
     }
 
     /** The value of an attribute that the token delivered, or "-". */
@@ -331,6 +471,9 @@ public final class Demo {
         return value == CK.CK_UNAVAILABLE_INFORMATION ? "unknown" : Long.toString(value);
     }
 
+    /** The DER encoding of the OID of prime256v1 (P-256), as CKA_EC_PARAMS holds it. */
+    private static final byte[] PRIME256V1 = {0x06, 0x08, 0x2A, (byte) 0x86, 0x48, (byte) 0xCE, 0x3D, 0x03, 0x01, 0x07};
+
     private static final Object[][] SLOT_FLAGS = {
         {CK.CKF_TOKEN_PRESENT, "TOKEN_PRESENT"},
         {CK.CKF_REMOVABLE_DEVICE, "REMOVABLE_DEVICE"},
@@ -396,6 +539,14 @@ public final class Demo {
             set.add(hex(value & ~known));
         }
         return set.isEmpty() ? "none" : String.join(" ", set);
+    }
+
+    private static String hex(byte[] bytes) {
+        StringBuilder text = new StringBuilder();
+        for (byte b : bytes) {
+            text.append(String.format("%02x", b));
+        }
+        return text.toString();
     }
 
     private static String hex(long value) {
