@@ -117,9 +117,46 @@ void freeVersionParam(void* parameter, CK_ULONG length);
     X(convertAesCtrParams, freeAesCtrParams)                         \
     X(convertAesCcmParams, freeAesCcmParams)
 
+// ---- RSA padding, password-based encryption, PKCS#12 (paramsRsaPbe.cpp) -------------
+#define MORLIN_RSA_PBE_PARAMS(X)                               \
+    X(convertRsaPkcsOaepParams, freeRsaPkcsOaepParams)         \
+    X(convertRsaPkcsPssParams, freeRsaPkcsPssParams)           \
+    X(convertPbeParams, freePbeParams)                         \
+    X(convertPKCS12PbeImportParams, freePKCS12PbeImportParams) \
+    X(convertPKCS12PbeExportParams, freePKCS12PbeExportParams) \
+    X(convertKeyWrapSetOaepParams, freeKeyWrapSetOaepParams)
+
+// ---- key derivation (paramsDerive.cpp) ----------------------------------------------------
+#define MORLIN_DERIVE_PARAMS(X)                                            \
+    X(convertSsl3MasterKeyDeriveParams, freeSsl3MasterKeyDeriveParams)     \
+    X(convertSsl3KeyMatParams, freeSsl3KeyMatParams)                       \
+    X(convertKeyDerivationStringData, freeKeyDerivationStringData)         \
+    X(convertEDDSAParams, freeEDDSAParams)                                 \
+    X(convertEcIesParams, freeEcIesParams)                                 \
+    X(convertEcDhParams, freeEcDhParams)                                   \
+    X(convertBIP32MasterDeriveParams, freeBIP32MasterDeriveParams)         \
+    X(convertBIP32ChildDeriveParams, freeBIP32ChildDeriveParams)           \
+    X(convertGenPIKParamClass, freeGenPIKParamClass)                       \
+    X(convertKdeECCP521DeriveParamsClass, freeKdeECCP521DeriveParamsClass) \
+    X(convertKdeTokenWrapParamsClass, freeKdeTokenWrapParamsClass)
+
+// ---- the token library's own classes (paramsVendor.cpp) -----------------------------------
+#define MORLIN_VENDOR_PARAMS(X)                              \
+    X(convertMechTypeAndObject, freeMechTypeAndObject)       \
+    X(convertPpLoadSecretParams, freePpLoadSecretParams)     \
+    X(convertTimestampParams, freeTimestampParams)           \
+    X(convertReplicateTokenParams, freeReplicateTokenParams) \
+    X(convertSecretShareParams, freeSecretShareParams)
+
 #define MORLIN_DECLARE_PARAMS_(convert, release)                                            \
     void convert(JNIEnv* env, jclass cls, jobject object, void** result, CK_ULONG* length); \
     void release(void* parameter, CK_ULONG length);
+#define MORLIN_DECLARE_PENDING_PARAMS_(convert, release)                                                          \
+    __attribute__((weak)) void convert(JNIEnv* env, jclass cls, jobject object, void** result, CK_ULONG* length); \
+    __attribute__((weak)) void release(void* parameter, CK_ULONG length);
 MORLIN_CIPHER_PARAMS(MORLIN_DECLARE_PARAMS_)
+MORLIN_RSA_PBE_PARAMS(MORLIN_DECLARE_PENDING_PARAMS_)
+MORLIN_DERIVE_PARAMS(MORLIN_DECLARE_PENDING_PARAMS_)
+MORLIN_VENDOR_PARAMS(MORLIN_DECLARE_PENDING_PARAMS_)
 
 #endif
