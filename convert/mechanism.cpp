@@ -15,13 +15,12 @@ namespace {
 
 struct ParameterClass {
     const jn::Class& cls;
-    ParameterConverter convert;  // null: no converter in this library yet
+    ParameterConverter convert;
     ParameterReleaser release;
 };
 
 // The search order is part of the design: a subclass takes its first
-// ancestor's row. A row without a converter answers as a class that no row
-// knows, both ways.
+// ancestor's row.
 const ParameterClass s_converters[] = {
     {jn::kRsaPkcsOaepParams, convertRsaPkcsOaepParams, freeRsaPkcsOaepParams},
     {jn::kRsaPkcsPssParams, convertRsaPkcsPssParams, freeRsaPkcsPssParams},
@@ -90,7 +89,7 @@ CK_MECHANISM jMechanismToCKMechanism(JNIEnv* env, jobject mechanism) {
     if (parameter != nullptr) {
         jclass paramClass = nullptr;
         const ParameterClass* row = RowOf(env, parameter, &paramClass);
-        if (row != nullptr && row->convert != nullptr) {
+        if (row != nullptr) {
             row->convert(env, paramClass, parameter, &result.pParameter, &result.ulParameterLen);
         } else if (!env->ExceptionCheck()) {
             // A plain Java value or array as the parameter's bytes.
@@ -114,7 +113,7 @@ void FreeCKMechanismParameter(JNIEnv* env, jobject mechanism, CK_MECHANISM_PTR c
     jclass paramClass = nullptr;
     const ParameterClass* row = RowOf(env, parameter, &paramClass);
     if (env->ExceptionCheck()) return;
-    if (row != nullptr && row->release != nullptr) {
+    if (row != nullptr) {
         row->release(converted->pParameter, converted->ulParameterLen);
     } else {
         // The plain values are single blocks.

@@ -151,12 +151,9 @@ void freeVersionParam(void* parameter, CK_ULONG length);
 #define MORLIN_DECLARE_PARAMS_(convert, release)                                            \
     void convert(JNIEnv* env, jclass cls, jobject object, void** result, CK_ULONG* length); \
     void release(void* parameter, CK_ULONG length);
-#define MORLIN_DECLARE_PENDING_PARAMS_(convert, release)                                                          \
-    __attribute__((weak)) void convert(JNIEnv* env, jclass cls, jobject object, void** result, CK_ULONG* length); \
-    __attribute__((weak)) void release(void* parameter, CK_ULONG length);
 MORLIN_CIPHER_PARAMS(MORLIN_DECLARE_PARAMS_)
-MORLIN_RSA_PBE_PARAMS(MORLIN_DECLARE_PENDING_PARAMS_)
-MORLIN_DERIVE_PARAMS(MORLIN_DECLARE_PENDING_PARAMS_)
-MORLIN_VENDOR_PARAMS(MORLIN_DECLARE_PENDING_PARAMS_)
+MORLIN_RSA_PBE_PARAMS(MORLIN_DECLARE_PARAMS_)
+MORLIN_DERIVE_PARAMS(MORLIN_DECLARE_PARAMS_)
+MORLIN_VENDOR_PARAMS(MORLIN_DECLARE_PARAMS_)
 
 #endif

@@ -412,6 +412,27 @@ std::vector<SweepCase> SweepTable::rows() {
     t.push_back(row(
         NATIVE(Cryptoki, C_1GenerateRandom), [this] { return std::make_tuple(session(1), bytes(8), jlong{8}); },
         fake::Reply().bytes({9, 9, 9, 9, 9, 9, 9, 9})));
+
+    // ---- the token library's own functions -------------------------------------------
+    t.push_back(row(
+        NATIVE(Cryptoki, CT_1CopyObject),
+        [this] {
+            return std::make_tuple(session(1), session(2), handle(3),
+                                   attributes({attribute(CKA_LABEL, text("copy"), 4)}), jlong{1}, handle(0));
+        },
+        fake::Reply().handle(0x47)));
+    t.push_back(row(NATIVE(Cryptoki, CT_1InitToken),
+                    [this] { return std::make_tuple(session(1), jlong{1}, text("1234"), jlong{4}, bytes(32, ' ')); }));
+    t.push_back(row(NATIVE(Cryptoki, CT_1ResetToken),
+                    [this] { return std::make_tuple(session(1), text("1234"), jlong{4}, bytes(32, ' ')); }));
+    t.push_back(row(
+        NATIVE(Cryptoki, FMSC_1SendReceive),
+        [this] {
+            return std::make_tuple(session(1), jlong{7}, bytes(4), jlong{4}, bytes(8), jlong{8}, longRef(0),
+                                   longRef(0));
+        },
+        fake::Reply().bytes({1, 2, 3}).status(0)));
+
     t.push_back(row(NATIVE(CK_1MECHANISM, getMechanismParameterSize),
                     [this] { return std::make_tuple(static_cast<jobject>(makeString("abc"))); }));
     {

@@ -66,6 +66,8 @@ const PrescribedOrder kPrescribedOrders[] = {
       "[C",
       "java/lang/Byte",
       "java/lang/Character"}},
+    {"FMSC_SendReceive looks up LongRef and converts its session before one check",
+     {"kaltrix/morlin/LongRef", "kaltrix/morlin/CK_SESSION_HANDLE"}},
     {"the SSL3 key material write-back looks up its three classes together",
      {"kaltrix/morlin/params/CK_SSL3_KEY_MAT_PARAMS", "kaltrix/morlin/params/CK_SSL3_KEY_MAT_OUT",
       "kaltrix/morlin/CK_OBJECT_HANDLE"}},

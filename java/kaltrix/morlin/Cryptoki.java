@@ -1034,4 +1034,91 @@ public final class Cryptoki {
      * @return the token library's result
      */
     public static native CK_RV C_GenerateRandom(CK_SESSION_HANDLE hSession, byte[] pRandomData, long ulRandomLen);
+
+    // ---- the token library's own functions ---------------------------------------
+
+    /**
+     * Copies an object with the token library's {@code CT_CopyObject}, which
+     * takes a second session beside the first; which of the two holds the
+     * object and which receives the copy is the token library's to define.
+     * Otherwise as {@link #C_CopyObject}: on {@code CKR_OK} the copy's handle
+     * is stored in {@code phNewObject}, on any other result it keeps its old
+     * value.
+     *
+     * @param hSession the first session; null reaches the token library as the
+     *        handle with all bits set
+     * @param hSecondSession the second session; null reaches the token library
+     *        as the handle with all bits set
+     * @param hObject the object to copy
+     * @param pTemplate the attributes to change; null with a positive count
+     *        gives {@code CKR_ARGUMENTS_BAD}
+     * @param ulCount the number of attributes handed to the token library
+     * @param phNewObject receives the handle; null gives {@code CKR_ARGUMENTS_BAD}
+     * @return the token library's result
+     */
+    public static native CK_RV CT_CopyObject(CK_SESSION_HANDLE hSession, CK_SESSION_HANDLE hSecondSession, CK_OBJECT_HANDLE hObject, CK_ATTRIBUTE[] pTemplate, long ulCount, CK_OBJECT_HANDLE phNewObject);
+
+    /**
+     * Initialises a token with the token library's {@code CT_InitToken}, the
+     * arguments of {@link #C_InitToken} behind a session. Nothing is checked
+     * here: a null array reaches the token library as a null pointer, whatever
+     * length comes with it.
+     *
+     * @param hSession the session
+     * @param slotID the slot
+     * @param pPin the security officer's PIN, or null
+     * @param ulPinLen the PIN length handed to the token library; keep it at
+     *        most the array's length
+     * @param pLabel the label, handed over as exactly the array's bytes with no
+     *        length, padding or terminator added: give it in the form the
+     *        token library expects (PKCS#11 labels are 32 blank-padded bytes),
+     *        or null
+     * @return the token library's result
+     */
+    public static native CK_RV CT_InitToken(CK_SESSION_HANDLE hSession, long slotID, byte[] pPin, long ulPinLen, byte[] pLabel);
+
+    /**
+     * Resets a token with the token library's {@code CT_ResetToken}: as
+     * {@link #CT_InitToken} without the slot.
+     *
+     * @param hSession the session
+     * @param pPin the security officer's PIN, or null
+     * @param ulPinLen the PIN length handed to the token library; keep it at
+     *        most the array's length
+     * @param pLabel the label, handed over as exactly the array's bytes with no
+     *        length, padding or terminator added, or null
+     * @return the token library's result
+     */
+    public static native CK_RV CT_ResetToken(CK_SESSION_HANDLE hSession, byte[] pPin, long ulPinLen, byte[] pLabel);
+
+    /**
+     * Exchanges a request and a response with a functionality module of the
+     * token through the token library's {@code FMSC_SendReceive}.
+     *
+     * <p>The lengths that the token library sees are those of the arrays: the
+     * whole request is sent, and the response array, with its present
+     * contents, is the room offered for the answer. {@code requestLen} and
+     * {@code responseLen} are not read. Whatever the result, the length of the
+     * answer is stored in {@code pReceivedLen} and the module's status in
+     * {@code pStatus}, as an unsigned 32-bit value (0 to 4294967295). Only when
+     * the result is {@code CKR_OK} and the status is 0 is the answer copied
+     * into {@code response}, at most as many bytes as it holds, while
+     * {@code pReceivedLen} still tells the whole length. A non-zero status is
+     * the module's own report and is not turned into the result, which stays
+     * {@code CKR_OK}: read it in {@code pStatus}.
+     *
+     * @param hSession the session
+     * @param fmNumber the functionality module; only its low 16 bits are
+     *        handed over
+     * @param request the request, or null to send none
+     * @param requestLen not read
+     * @param response the room for the answer, or null to offer none
+     * @param responseLen not read
+     * @param pReceivedLen receives the length of the answer; null gives
+     *        {@code CKR_ARGUMENTS_BAD} without calling the token library
+     * @param pStatus receives the module's status; null gives
+     *        {@code CKR_ARGUMENTS_BAD} without calling the token library
+     * @return the token library's result
+     */
+    public static native CK_RV FMSC_SendReceive(CK_SESSION_HANDLE hSession, long fmNumber, byte[] request, long requestLen, byte[] response, long responseLen, LongRef pReceivedLen, LongRef pStatus);
 }
