@@ -14,6 +14,7 @@
 #include <tuple>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace morlin_test {
 
@@ -117,11 +118,17 @@ const PrescribedOrder kPrescribedOrders[] = {
       "[C"}},
 };
 
-// Whether second directly follows first in one of the prescribed runs.
-bool Prescribed(const std::string& first, const char* second) {
+// Whether the class lookups of run, in order, open one of the prescribed
+// runs: a run counts only from its own first lookup, so that two classes
+// that happen to follow each other in some list do not excuse a lookup made
+// with another lookup's exception pending.
+bool Prescribed(const std::vector<std::string>& run) {
     for (const PrescribedOrder& p : kPrescribedOrders) {
-        for (auto c = p.classes.begin(); c + 1 < p.classes.end(); ++c)
-            if (first == *c && std::strcmp(second, *(c + 1)) == 0) return true;
+        if (run.size() > p.classes.size()) continue;
+        bool opens = true;
+        auto c = p.classes.begin();
+        for (const std::string& looked : run) opens = opens && looked == *c++;
+        if (opens) return true;
     }
     return false;
 }
@@ -209,19 +216,25 @@ struct JniMonitor::Hooks {
         const bool pending = checkJniMode() ? false : m.real_->ExceptionCheck(env);
         bool prescribed = false;
         if (pending && kClasses[index] != S) {
-            // The run must have started with nothing pending and gone on
-            // unbroken since.
-            prescribed = e == Jni::FindClass && m.previous_ == Jni::FindClass && m.previousInRun_ &&
-                         Prescribed(m.previousClass_, className);
+            // A lookup that goes on a run of lookups begun with nothing
+            // pending, with no other call in between.
+            if (e == Jni::FindClass && !m.run_.empty()) {
+                m.run_.push_back(className);
+                prescribed = Prescribed(m.run_);
+            }
             if (!prescribed) {
                 m.tally_.violations.push_back(std::string(kNames[index]) + " called with an exception pending (call " +
                                               std::to_string(m.tally_.trace.size()) + ", after " +
                                               kNames[static_cast<int>(m.previous_)] + ")");
             }
         }
-        m.previousInRun_ = !pending || prescribed;
+        if (e == Jni::FindClass && !pending) {
+            if (m.previous_ != Jni::FindClass) m.run_.clear();
+            m.run_.push_back(className);
+        } else if (!prescribed) {
+            m.run_.clear();
+        }
         m.previous_ = e;
-        m.previousClass_ = className != nullptr ? className : "";
         if (kClasses[index] != F || m.paused_) return false;
         ++m.tally_.calls;
         m.tally_.counted.push_back(e);
@@ -354,8 +367,7 @@ void JniMonitor::reset() {
     tally_ = JniTally{};
     entryCalls_ = 0;
     previous_ = Jni{};
-    previousClass_.clear();
-    previousInRun_ = true;
+    run_.clear();
 }
 
 Unpatched::Unpatched(JNIEnv* env) : env_(env), saved_(env->functions) {

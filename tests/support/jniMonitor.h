@@ -156,11 +156,10 @@ private:
     Jni failEntry_{};
     int entryCalls_ = 0;
     bool paused_ = false;
-    // The call before this one, for the prescribed call orders.
+    // The call before this one, and the class lookups made back to back up
+    // to it, the first with nothing pending: the prescribed call orders.
     Jni previous_{};
-    std::string previousClass_;
-    // Whether the previous call had nothing pending or was a prescribed step.
-    bool previousInRun_ = true;
+    std::vector<std::string> run_;
 };
 
 // Puts the thread's unmonitored table back for its lifetime, so that test
