@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "allocations.h"
-#include "bridgeTest.h"
 #include "morlin/mechanism.h"
 #include "morlin/params.h"
+#include "paramsTest.h"
 #include "sweep.h"
 
 namespace morlin_test {
@@ -23,8 +23,6 @@ using Bytes = std::vector<unsigned char>;
 using Tried = std::pair<long, long>;
 
 constexpr const char* kTaggedGcm = "kaltrix/morlin/testing/TaggedGcmParams";
-constexpr CK_MECHANISM_TYPE kType = CKM_VENDOR_DEFINED | 0xA11;
-constexpr jlong kLength = 0x5A5;  // a parameterLen that no structure has
 
 // n bytes counting up from first.
 Bytes Counting(unsigned char first, size_t n) {
@@ -40,7 +38,7 @@ Bytes Fit(Bytes b, size_t width) {
 // The n bytes at p; nothing for null.
 Bytes Of(const CK_BYTE* p, size_t n) { return p == nullptr ? Bytes{} : Bytes(p, p + n); }
 
-class MechanismTest : public BridgeTest {
+class MechanismTest : public ParamsTest {
 protected:
     // An object of the class with the given long and byte[] fields set.
     jobject make(const jn::Class& cls, const std::vector<std::pair<const char*, jlong>>& longs,
@@ -50,35 +48,6 @@ protected:
         for (const auto& [name, array] : arrays) setObject(o, name, "[B", array);
         return o;
     }
-
-    // Converts a mechanism holding the parameter, hands the structure to
-    // check while heldBytes are taken, and releases it: all comes back. Then
-    // the same over every exception path, where a faulted run keeps exactly
-    // those blocks (a fault after the conversion) or nothing.
-    template <class S, class Check>
-    void convertAndRelease(jobject parameter, long heldBytes, Check check, jlong parameterLen = kLength) {
-        jobject m = mechanism(kType, parameter, parameterLen);
-        long heldBlocks = 0;
-        {
-            AllocationWatch memory;
-            CK_MECHANISM ck = jMechanismToCKMechanism(env, m);
-            ASSERT_FALSE(pending()) << takeException();
-            EXPECT_EQ(std::tuple(ck.mechanism, ck.ulParameterLen), std::tuple(kType, CK_ULONG(parameterLen)));
-            ASSERT_NE(ck.pParameter, nullptr);
-            EXPECT_EQ(memory.tally().bytes, heldBytes);
-            heldBlocks = memory.tally().blocks;
-            check(*static_cast<const S*>(ck.pParameter));
-            FreeCKMechanismParameter(env, m, &ck);
-            EXPECT_EQ(memory.tally().blocks, 0);
-        }
-        if (!sweeping) return;
-        auto run = [this, m] {
-            CK_MECHANISM ck = jMechanismToCKMechanism(env, m);
-            FreeCKMechanismParameter(env, m, &ck);
-        };
-        EXPECT_GT(sweepConversion(env, "conversion and release", run, heldBlocks, heldBytes), 0);
-    }
-    bool sweeping = true;  // off for the CCM nonces, whose clean-up frees their length
 
     // IsInstanceOf calls made by run.
     long instanceTests(const std::function<void()>& run) {
@@ -303,12 +272,11 @@ TEST_F(MechanismTest, CcmArraysOverruleTheirLengthFields) {
                                  aadWanted, aadWanted.size(), 14UL));
         };
     };
-    sweeping = false;
+    // Not swept: a converted nonce's length would be freed as a pointer.
     convertAndRelease<CK_AES_CCM_PARAMS>(ccm(99, makeBytes(nonce), 5, makeBytes({})), sizeof(CK_AES_CCM_PARAMS) + 7,
-                                         expect(nonce, {}));
+                                         expect(nonce, {}), kLength, false);
     convertAndRelease<CK_AES_CCM_PARAMS>(ccm(13, nullptr, 1, makeBytes(aad)), sizeof(CK_AES_CCM_PARAMS) + 3,
-                                         expect({}, aad));
-    sweeping = true;
+                                         expect({}, aad), kLength, false);
     convertAndRelease<CK_AES_CCM_PARAMS>(ccm(0, nullptr, 6, nullptr), sizeof(CK_AES_CCM_PARAMS), expect({}, {}));
 }
 

@@ -12,18 +12,16 @@
 #include <vector>
 
 #include "allocations.h"
-#include "bridgeTest.h"
 #include "morlin/mechanism.h"
 #include "morlin/names/paramsRsaPbe.h"
 #include "morlin/params.h"
+#include "paramsTest.h"
 #include "sweep.h"
 
 namespace morlin_test {
 namespace {
 
 using Bytes = std::vector<unsigned char>;
-constexpr CK_MECHANISM_TYPE kType = CKM_VENDOR_DEFINED | 0x3B3;
-constexpr jlong kLength = 0x4C4;  // a parameterLen that no structure has
 constexpr const char* kMechSig = "Lkaltrix/morlin/constants/CK_MECHANISM_TYPE;";
 constexpr const char* kHandleSig = "Lkaltrix/morlin/CK_OBJECT_HANDLE;";
 
@@ -47,7 +45,7 @@ struct Value {
     jobject value = nullptr;
 };
 
-class RsaPbeParamsTest : public BridgeTest {
+class RsaPbeParamsTest : public ParamsTest {
 protected:
     jobject make(const jn::Class& cls, std::initializer_list<Value> fields) {
         jobject o = allocObject(cls.path);
@@ -67,33 +65,6 @@ protected:
     Value num(const char* name, jlong v) { return {name, "J", v}; }
     Value obj(const char* name, const char* sig, jobject value) { return {name, sig, 0, value}; }
     Value mech(const char* name, jlong v) { return {name, kMechSig, 0, wrapper(jn::kMechanismType, v)}; }
-
-    // Converts a mechanism holding the parameter, checks the structure while
-    // exactly heldBytes are taken, releases it and finds everything given
-    // back; then the same over every exception path, where a faulted run
-    // keeps those blocks (a fault after the conversion) or nothing.
-    template <class S, class Check>
-    void convertAndRelease(jobject parameter, long heldBytes, Check check) {
-        jobject m = mechanism(kType, parameter, kLength);
-        long heldBlocks = 0;
-        {
-            AllocationWatch memory;
-            CK_MECHANISM ck = jMechanismToCKMechanism(env, m);
-            ASSERT_FALSE(pending()) << takeException();
-            ASSERT_NE(ck.pParameter, nullptr);
-            EXPECT_EQ(ck.ulParameterLen, CK_ULONG(kLength));
-            EXPECT_EQ(memory.tally().bytes, heldBytes);
-            heldBlocks = memory.tally().blocks;
-            check(*static_cast<const S*>(ck.pParameter));
-            FreeCKMechanismParameter(env, m, &ck);
-            EXPECT_EQ(memory.tally().blocks, 0);
-        }
-        auto run = [this, m] {
-            CK_MECHANISM ck = jMechanismToCKMechanism(env, m);
-            FreeCKMechanismParameter(env, m, &ck);
-        };
-        EXPECT_GT(sweepConversion(env, "conversion and release", run, heldBlocks, heldBytes), 0);
-    }
 
     // The converter called with its row's class and the n-th GetFieldID
     // failed: what it handed out, with the injected exception taken.

@@ -9,17 +9,15 @@
 #include <vector>
 
 #include "allocations.h"
-#include "bridgeTest.h"
 #include "morlin/mechanism.h"
 #include "morlin/names/paramsVendor.h"
+#include "paramsTest.h"
 #include "sweep.h"
 
 namespace morlin_test {
 namespace {
 
 using Bytes = std::vector<unsigned char>;
-constexpr CK_MECHANISM_TYPE kType = CKM_VENDOR_DEFINED | 0x5E5;
-constexpr jlong kLength = 0x3D3;  // a parameterLen that no structure has
 
 Bytes Counting(unsigned char first, size_t n) {
     Bytes b(n);
@@ -36,7 +34,7 @@ Bytes Of(const void* p, size_t n) {
     return b == nullptr ? Bytes{} : Bytes(b, b + n);
 }
 
-class VendorParamsTest : public BridgeTest {
+class VendorParamsTest : public ParamsTest {
 protected:
     jobject bbool(bool value) { return boxed(jn::kBBool, "(Z)V", jvalue{.z = value}); }
     jobject ppLoadSecret(jobject mask, jint convert, jint timeout, jobject prompt) {
@@ -47,33 +45,6 @@ protected:
         env->SetIntField(o, env->GetFieldID(cls, "cTimeout", "I"), timeout);
         setObject(o, "prompt", "[B", prompt);
         return o;
-    }
-
-    // Converts a mechanism holding the parameter, checks the structure while
-    // exactly heldBytes are taken, releases it and finds everything given
-    // back; then, if sweeping, the same over every exception path, where a
-    // faulted run keeps those blocks (a fault after the conversion) or none.
-    template <class S, class Check>
-    void convertAndRelease(jobject parameter, long heldBytes, Check check, bool sweeping = true) {
-        jobject m = mechanism(kType, parameter, kLength);
-        long heldBlocks = 0;
-        {
-            AllocationWatch memory;
-            CK_MECHANISM ck = jMechanismToCKMechanism(env, m);
-            ASSERT_FALSE(pending()) << takeException();
-            ASSERT_NE(ck.pParameter, nullptr);
-            EXPECT_EQ(memory.tally().bytes, heldBytes);
-            heldBlocks = memory.tally().blocks;
-            check(*static_cast<const S*>(ck.pParameter));
-            FreeCKMechanismParameter(env, m, &ck);
-            EXPECT_EQ(memory.tally().blocks, 0);
-        }
-        if (!sweeping) return;
-        auto run = [this, m] {
-            CK_MECHANISM ck = jMechanismToCKMechanism(env, m);
-            FreeCKMechanismParameter(env, m, &ck);
-        };
-        EXPECT_GT(sweepConversion(env, "conversion and release", run, heldBlocks, heldBytes), 0);
     }
 };
 
@@ -88,7 +59,8 @@ TEST_F(VendorParamsTest, MechanismAndObjectComeFromTheirWrappers) {
         };
     };
     convertAndRelease<CK_MECH_TYPE_AND_OBJECT>(given, 16, check(0x80000A01, 0x5D));
-    convertAndRelease<CK_MECH_TYPE_AND_OBJECT>(allocObject(jn::kMechTypeAndObject.path), 16, check(~0UL, ~0UL), false);
+    convertAndRelease<CK_MECH_TYPE_AND_OBJECT>(allocObject(jn::kMechTypeAndObject.path), 16, check(~0UL, ~0UL), kLength,
+                                               false);
 }
 
 // A byte from an int: 255 above 255, the low byte below, so negatives wrap.
@@ -106,9 +78,9 @@ TEST_F(VendorParamsTest, PinPadBytesClampAboveAndWrapBelow) {
     convertAndRelease<P>(ppLoadSecret(bbool(true), 0x1C, -2, makeBytes(enter)), sizeof(P) + 6,
                          check(CK_TRUE, 0x1C, 0xFE, {'E', 'n', 't', 'e', 'r', 0}));
     convertAndRelease<P>(ppLoadSecret(bbool(false), 300, -1, makeBytes({})), sizeof(P) + 1,
-                         check(CK_FALSE, 255, 255, {0}), false);
+                         check(CK_FALSE, 255, 255, {0}), kLength, false);
     convertAndRelease<P>(ppLoadSecret(nullptr, 256, 255, makeBytes({'x'})), sizeof(P) + 2,
-                         check(CK_FALSE, 255, 255, {'x', 0}), false);
+                         check(CK_FALSE, 255, 255, {'x', 0}), kLength, false);
 }
 
 TEST_F(VendorParamsTest, TimestampReplicationAndSharingFieldByField) {
@@ -136,7 +108,7 @@ TEST_F(VendorParamsTest, TimestampReplicationAndSharingFieldByField) {
         share, 16, [](const CK_SECRET_SHARE_PARAMS& p) { EXPECT_EQ(std::tuple(p.n, p.m), std::tuple(5UL, 3UL)); });
 }
 
-class VendorNativesTest : public BridgeTest {
+class VendorNativesTest : public ParamsTest {
 protected:
     CK_RV copyObject(jobject second, jobjectArray t, jlong count, jobject made) {
         return rvOf(Java_kaltrix_morlin_Cryptoki_CT_1CopyObject(env, nullptr, session(0x11), second, handle(0x33), t,
