@@ -53,40 +53,10 @@ void Date(JNIEnv* env, jobject o, CK_VOID_PTR* p, CK_ULONG* n) {
 
 // ---- the table -----------------------------------------------------------------------
 
-// Every class is looked up, in this order, before any test; a missing class
-// fails the whole value, null included.
-constexpr const jn::Class* kLookups[] = {
-    &jn::kByteArray,
-    &jn::kLong,
-    &jn::kBBool,
-    &jn::kDate,
-    &jn::kObjectHandle,
-    &jn::kSessionHandle,
-    &jn::kAttributeType,
-    &jn::kCertificateType,
-    &jn::kHWFeatureType,
-    &jn::kKeyType,
-    &jn::kMechanismType,
-    &jn::kMechanismTypeArray,
-    &jn::kObjectClass,
-    &jn::kOaepSourceType,
-    &jn::kRV,
-    &jn::kState,
-    &jn::kUserType,
-    &jn::kBoolean,
-    &jn::kLongArray,
-    &jn::kString,
-    &jn::kInteger,
-    &jn::kIntArray,
-    &jn::kBooleanArray,
-    &jn::kCharArray,
-    &jn::kByte,
-    &jn::kCharacter,
-};
-constexpr size_t kClasses = std::size(kLookups);
+constexpr size_t kClasses = std::size(jn::kValueClasses);
 
 struct Row {
-    size_t lookup;  // index into kLookups
+    size_t lookup;  // index into jn::kValueClasses
     Convert convert;
 };
 
@@ -144,7 +114,7 @@ constexpr CK_ATTRIBUTE_TYPE kMechanismList = 0x80000104;
 void jObjectToPrimitiveCKObjectPtrPtr(JNIEnv* env, jobject object, CK_VOID_PTR* pointer, CK_ULONG* length) {
     jclass classes[kClasses];
     // Looked up back to back and checked once, after the last.
-    for (size_t i = 0; i < kClasses; ++i) classes[i] = env->FindClass(kLookups[i]->path);
+    for (size_t i = 0; i < kClasses; ++i) classes[i] = env->FindClass(jn::kValueClasses[i]->path);
     if (env->ExceptionCheck()) return;
     if (object == nullptr) {
         *pointer = nullptr;

@@ -55,29 +55,11 @@ void Boolean(JNIEnv* env, jclass cls, jobject o, const CK_BYTE* v, CK_ULONG) {
 }
 
 // The classes that can be written in place, looked up in this order.
-constexpr const jn::Class* kTargets[] = {
-    &jn::kByteArray,
-    &jn::kLong,
-    &jn::kBBool,
-    &jn::kDate,
-    &jn::kObjectHandle,
-    &jn::kSessionHandle,
-    &jn::kAttributeType,
-    &jn::kCertificateType,
-    &jn::kHWFeatureType,
-    &jn::kKeyType,
-    &jn::kMechanismType,
-    &jn::kMechanismTypeArray,
-    &jn::kObjectClass,
-    &jn::kOaepSourceType,
-    &jn::kRV,
-    &jn::kState,
-    &jn::kUserType,
-    &jn::kBoolean,
-};
+constexpr size_t kTargets = jn::kInPlaceValueClasses;
+static_assert(jn::kValueClasses[kTargets - 1] == &jn::kBoolean, "the in-place classes end with Boolean");
 
 struct Target {
-    size_t lookup;     // index into kTargets
+    size_t lookup;     // index into jn::kValueClasses
     CK_ULONG minimum;  // shorter values are passed over in silence
     bool wholeULongs;  // the length must be a multiple of 8 as well
     Write write;
@@ -94,7 +76,7 @@ constexpr Target kCopies[] = {
     {12, kULong, false, Constant}, {13, kULong, false, Constant},      {14, kULong, false, Constant},
     {15, kULong, false, Constant}, {16, kULong, false, Constant},      {17, 0, false, Boolean},
 };
-static_assert(std::size(kCopies) == std::size(kTargets), "every target class has its row");
+static_assert(std::size(kCopies) == kTargets, "every target class has its row");
 
 // ---- new objects, by the attribute type ------------------------------------------------
 
@@ -179,9 +161,9 @@ bool In(const CK_ATTRIBUTE_TYPE (&group)[N], CK_ATTRIBUTE_TYPE type) {
 }  // namespace
 
 void CopyCKObjectPtrToJObjectPrimitive(JNIEnv* env, CK_VOID_PTR value, CK_ULONG length, jobject object) {
-    jclass classes[std::size(kTargets)];
+    jclass classes[kTargets];
     // Looked up back to back and checked once, after the last.
-    for (size_t i = 0; i < std::size(kTargets); ++i) classes[i] = env->FindClass(kTargets[i]->path);
+    for (size_t i = 0; i < kTargets; ++i) classes[i] = env->FindClass(jn::kValueClasses[i]->path);
     if (env->ExceptionCheck() || object == nullptr || value == nullptr || length == 0) return;
     for (const Target& t : kCopies) {
         const jboolean hit = env->IsInstanceOf(object, classes[t.lookup]);

@@ -27,4 +27,40 @@
 
 MORLIN_JAVA_NAMES(attributes, MORLIN_NAMES_ATTRIBUTES)
 
+namespace jn {
+// The value classes of an attribute, in the order in which both dispatches
+// look them up before any test: all 26 going to Cryptoki, the first 18 (up
+// to Boolean) coming back in place. A missing class fails the whole value,
+// null included.
+inline constexpr const Class* kValueClasses[] = {
+    &kByteArray,
+    &kLong,
+    &kBBool,
+    &kDate,
+    &kObjectHandle,
+    &kSessionHandle,
+    &kAttributeType,
+    &kCertificateType,
+    &kHWFeatureType,
+    &kKeyType,
+    &kMechanismType,
+    &kMechanismTypeArray,
+    &kObjectClass,
+    &kOaepSourceType,
+    &kRV,
+    &kState,
+    &kUserType,
+    &kBoolean,
+    &kLongArray,
+    &kString,
+    &kInteger,
+    &kIntArray,
+    &kBooleanArray,
+    &kCharArray,
+    &kByte,
+    &kCharacter,
+};
+inline constexpr size_t kInPlaceValueClasses = 18;
+}  // namespace jn
+
 #endif
