@@ -5,6 +5,8 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertNotEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
+import static kaltrix.morlin.softhsm.SoftHsmToken.ok;
+import static kaltrix.morlin.softhsm.SoftHsmToken.openssl;
 
 import java.io.ByteArrayOutputStream;
 import java.math.BigInteger;
@@ -307,23 +309,6 @@ class CryptoOnSoftHsmTest {
         CK_ATTRIBUTE[] attribute = {CK_ATTRIBUTE.readBytes(type, 300)};
         ok(Cryptoki.C_GetAttributeValue(session, object, attribute, 1));
         return attribute[0].bytes();
-    }
-
-    private static void ok(CK_RV rv) {
-        assertEquals(CK.CKR_OK, rv.m_value, rv::toString);
-    }
-
-    /** Runs {@code openssl ARGS} with {@code input} on standard input; its standard output. */
-    private static byte[] openssl(byte[] input, String... args) throws Exception {
-        List<String> command = new ArrayList<>(List.of(args));
-        command.add(0, "openssl");
-        Process process = new ProcessBuilder(command).redirectError(ProcessBuilder.Redirect.INHERIT).start();
-        try (var in = process.getOutputStream()) {
-            in.write(input);
-        }
-        byte[] output = process.getInputStream().readAllBytes();
-        assertEquals(0, process.waitFor(), () -> String.join(" ", command));
-        return output;
     }
 
     /** A DER element: tag, definite length (below 64 KiB), the parts one after another. */

@@ -3,6 +3,8 @@ package kaltrix.morlin.softhsm;
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertNotEquals;
+import static kaltrix.morlin.softhsm.SoftHsmToken.ok;
+import static kaltrix.morlin.softhsm.SoftHsmToken.openssl;
 
 import java.io.ByteArrayOutputStream;
 import java.nio.file.Files;
@@ -154,23 +156,6 @@ class DeriveOnSoftHsmTest {
         CK_ATTRIBUTE[] attribute = {CK_ATTRIBUTE.readBytes(type, 300)};
         ok(Cryptoki.C_GetAttributeValue(session, object, attribute, 1));
         return attribute[0].bytes();
-    }
-
-    private static void ok(CK_RV rv) {
-        assertEquals(CK.CKR_OK, rv.m_value, rv::toString);
-    }
-
-    /** Runs {@code openssl ARGS} with {@code input} on standard input; its standard output. */
-    private static byte[] openssl(byte[] input, String... args) throws Exception {
-        List<String> command = new ArrayList<>(List.of(args));
-        command.add(0, "openssl");
-        Process process = new ProcessBuilder(command).redirectError(ProcessBuilder.Redirect.INHERIT).start();
-        try (var in = process.getOutputStream()) {
-            in.write(input);
-        }
-        byte[] output = process.getInputStream().readAllBytes();
-        assertEquals(0, process.waitFor(), () -> String.join(" ", command));
-        return output;
     }
 
     /** A DER element with a short-form length: tag, length, the parts one after another. */

@@ -2,6 +2,8 @@ package kaltrix.morlin.softhsm;
 
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
+import static kaltrix.morlin.softhsm.SoftHsmToken.ok;
+import static kaltrix.morlin.softhsm.SoftHsmToken.openssl;
 
 import java.math.BigInteger;
 import java.nio.charset.StandardCharsets;
@@ -190,23 +192,6 @@ class RsaOnSoftHsmTest {
         }
         assertEquals(8, numbers.size(), numbers::toString);
         return numbers;
-    }
-
-    private static void ok(CK_RV rv) {
-        assertEquals(CK.CKR_OK, rv.m_value, rv::toString);
-    }
-
-    /** Runs {@code openssl ARGS} with {@code input} on standard input; its standard output. */
-    private static byte[] openssl(byte[] input, String... args) throws Exception {
-        List<String> command = new ArrayList<>(List.of(args));
-        command.add(0, "openssl");
-        Process process = new ProcessBuilder(command).redirectError(ProcessBuilder.Redirect.INHERIT).start();
-        try (var in = process.getOutputStream()) {
-            in.write(input);
-        }
-        byte[] output = process.getInputStream().readAllBytes();
-        assertEquals(0, process.waitFor(), () -> String.join(" ", command));
-        return output;
     }
 
     private static byte[] random(int length) {

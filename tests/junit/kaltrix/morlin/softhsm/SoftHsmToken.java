@@ -5,7 +5,9 @@ import static org.junit.jupiter.api.Assertions.assertNotNull;
 import static org.junit.jupiter.api.Assertions.fail;
 
 import java.nio.charset.StandardCharsets;
+import java.util.ArrayList;
 import java.util.Arrays;
+import java.util.List;
 import kaltrix.morlin.CK_TOKEN_INFO;
 import kaltrix.morlin.Cryptoki;
 import kaltrix.morlin.LongRef;
@@ -57,6 +59,27 @@ final class SoftHsmToken {
             }
         }
         return fail("no token labelled " + label);
+    }
+
+    /** Fails the test unless the token library answered {@code CKR_OK}. */
+    static void ok(CK_RV rv) {
+        assertEquals(CK_RV.CKR_OK, rv.m_value, rv::toString);
+    }
+
+    /**
+     * Runs {@code openssl ARGS} with {@code input} on standard input and
+     * returns its standard output; a non-zero exit fails the test.
+     */
+    static byte[] openssl(byte[] input, String... args) throws Exception {
+        List<String> command = new ArrayList<>(List.of(args));
+        command.add(0, "openssl");
+        Process process = new ProcessBuilder(command).redirectError(ProcessBuilder.Redirect.INHERIT).start();
+        try (var in = process.getOutputStream()) {
+            in.write(input);
+        }
+        byte[] output = process.getInputStream().readAllBytes();
+        assertEquals(0, process.waitFor(), () -> String.join(" ", command));
+        return output;
     }
 
     /** The slot of the provisioned token. */
