@@ -121,15 +121,13 @@ void jObjectToPrimitiveCKObjectPtrPtr(JNIEnv* env, jobject object, CK_VOID_PTR* 
         *length = 0;
         return;
     }
+    // IsInstanceOf raises nothing (JNI lists no exception for it): only the
+    // hit is followed by a check, a miss goes straight on to the next class.
     for (const Row& row : kRows) {
-        const jboolean hit = env->IsInstanceOf(object, classes[row.lookup]);
-        // IsInstanceOf raises nothing in practice; a JVM that did raise
-        // would get no further call with its exception pending.
+        if (!env->IsInstanceOf(object, classes[row.lookup])) continue;
         if (env->ExceptionCheck()) return;
-        if (hit) {
-            row.convert(env, object, pointer, length);
-            return;
-        }
+        row.convert(env, object, pointer, length);
+        return;
     }
     *pointer = nullptr;
     *length = 0;

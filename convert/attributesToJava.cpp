@@ -165,12 +165,11 @@ void CopyCKObjectPtrToJObjectPrimitive(JNIEnv* env, CK_VOID_PTR value, CK_ULONG 
     // Looked up back to back and checked once, after the last.
     for (size_t i = 0; i < kTargets; ++i) classes[i] = env->FindClass(jn::kValueClasses[i]->path);
     if (env->ExceptionCheck() || object == nullptr || value == nullptr || length == 0) return;
+    // IsInstanceOf raises nothing (JNI lists no exception for it): only the
+    // hit is followed by a check, a miss goes straight on to the next class.
     for (const Target& t : kCopies) {
-        const jboolean hit = env->IsInstanceOf(object, classes[t.lookup]);
-        // IsInstanceOf raises nothing in practice; a JVM that did raise
-        // would get no further call with its exception pending.
+        if (!env->IsInstanceOf(object, classes[t.lookup])) continue;
         if (env->ExceptionCheck()) return;
-        if (!hit) continue;
         if (length < t.minimum || (t.wholeULongs && length % kULong != 0)) return;
         t.write(env, classes[t.lookup], object, static_cast<const CK_BYTE*>(value), length);
         return;

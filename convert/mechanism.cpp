@@ -61,16 +61,21 @@ const ParameterClass s_converters[] = {
 static_assert(std::size(s_converters) == 35, "the table has 35 rows");
 
 // The first row whose class the object is an instance of, and that class;
-// null at the end of the table or with an exception pending (a class of the
-// table that cannot be loaded ends the search at its row).
-const ParameterClass* RowOf(JNIEnv* env, jobject object, jclass* cls) {
+// null at the end of the table. A class of the table that cannot be loaded
+// ends the search at its row with its exception pending, and *failed says so.
+// IsInstanceOf raises nothing (JNI lists no exception for it), so only a hit
+// is followed by a check; a miss goes straight on to the next row.
+const ParameterClass* RowOf(JNIEnv* env, jobject object, jclass* cls, bool* failed) {
+    *failed = true;
     for (const ParameterClass& row : s_converters) {
         *cls = env->FindClass(row.cls.path);
         if (env->ExceptionCheck()) return nullptr;
-        const jboolean hit = env->IsInstanceOf(object, *cls);
+        if (!env->IsInstanceOf(object, *cls)) continue;
         if (env->ExceptionCheck()) return nullptr;
-        if (hit) return &row;
+        *failed = false;
+        return &row;
     }
+    *failed = false;
     return nullptr;
 }
 
@@ -88,10 +93,12 @@ CK_MECHANISM jMechanismToCKMechanism(JNIEnv* env, jobject mechanism) {
     if (env->ExceptionCheck()) return result;
     if (parameter != nullptr) {
         jclass paramClass = nullptr;
-        const ParameterClass* row = RowOf(env, parameter, &paramClass);
+        bool failed = false;
+        const ParameterClass* row = RowOf(env, parameter, &paramClass, &failed);
+        if (failed) return result;
         if (row != nullptr) {
             row->convert(env, paramClass, parameter, &result.pParameter, &result.ulParameterLen);
-        } else if (!env->ExceptionCheck()) {
+        } else {
             // A plain Java value or array as the parameter's bytes.
             jObjectToPrimitiveCKObjectPtrPtr(env, parameter, &result.pParameter, &result.ulParameterLen);
         }
@@ -111,8 +118,9 @@ void FreeCKMechanismParameter(JNIEnv* env, jobject mechanism, CK_MECHANISM_PTR c
     jobject parameter = GetObjectArrayField(env, cls, mechanism, jn::kMechanismParameter);
     if (env->ExceptionCheck() || parameter == nullptr) return;
     jclass paramClass = nullptr;
-    const ParameterClass* row = RowOf(env, parameter, &paramClass);
-    if (env->ExceptionCheck()) return;
+    bool failed = false;
+    const ParameterClass* row = RowOf(env, parameter, &paramClass, &failed);
+    if (failed) return;
     if (row != nullptr) {
         row->release(converted->pParameter, converted->ulParameterLen);
     } else {

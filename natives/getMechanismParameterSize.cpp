@@ -132,10 +132,10 @@ extern "C" JNIEXPORT jlong JNICALL Java_kaltrix_morlin_CK_1MECHANISM_getMechanis
     // Looked up back to back and checked once, after the last.
     for (size_t i = 0; i < std::size(kLookups); ++i) classes[i] = env->FindClass(kLookups[i]->path);
     if (env->ExceptionCheck() || parameter == nullptr) return 0;
+    // IsInstanceOf raises nothing (JNI lists no exception for it): the one
+    // check comes before the hit's answer is given.
     for (const Row& row : kChain) {
-        const jboolean hit = env->IsInstanceOf(parameter, classes[row.lookup]);
-        if (env->ExceptionCheck()) return 0;
-        if (!hit) continue;
+        if (!env->IsInstanceOf(parameter, classes[row.lookup])) continue;
         jlong size = row.size;
         if (size == kArrayLength) size = env->GetArrayLength(static_cast<jarray>(parameter));
         if (size == kUtfLength) size = UtfLength(env, static_cast<jstring>(parameter));

@@ -36,6 +36,8 @@
 //   F  can fail with an exception; must not run with one pending
 //   S  safe to call with an exception pending; never fails
 //   N  neither fails nor may run with an exception pending
+// The classes follow the exceptions that the JNI specification lists for each
+// function: IsInstanceOf and GetObjectClass, for instance, list none.
 // clang-format off
 #define MORLIN_TEST_JNI_ENTRIES(X) \
     X(GetVersion, N) X(DefineClass, F) X(FindClass, F) X(FromReflectedMethod, F) X(FromReflectedField, F) \
@@ -43,7 +45,7 @@
     X(ThrowNew, F) X(ExceptionOccurred, S) X(ExceptionDescribe, S) X(ExceptionClear, S) X(FatalError, S) \
     X(PushLocalFrame, S) X(PopLocalFrame, S) X(NewGlobalRef, F) X(DeleteGlobalRef, S) X(DeleteLocalRef, S) \
     X(IsSameObject, N) X(NewLocalRef, F) X(EnsureLocalCapacity, F) X(AllocObject, F) X(NewObjectV, F) \
-    X(NewObjectA, F) X(GetObjectClass, N) X(IsInstanceOf, F) X(GetMethodID, F) X(CallObjectMethodV, F) \
+    X(NewObjectA, F) X(GetObjectClass, N) X(IsInstanceOf, N) X(GetMethodID, F) X(CallObjectMethodV, F) \
     X(CallObjectMethodA, F) X(CallBooleanMethodV, F) X(CallBooleanMethodA, F) X(CallByteMethodV, F) \
     X(CallByteMethodA, F) X(CallCharMethodV, F) X(CallCharMethodA, F) X(CallShortMethodV, F) X(CallShortMethodA, F) \
     X(CallIntMethodV, F) X(CallIntMethodA, F) X(CallLongMethodV, F) X(CallLongMethodA, F) X(CallFloatMethodV, F) \
