@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Makes sure the Debian packages that morlin builds and tests with are
 # installed. As root it installs what is missing; otherwise it names what is
-# missing and stops.
+# missing and stops. Further packages that a caller needs (the benchmark's
+# valgrind, say) come as arguments.
 set -euo pipefail
 
-packages=(cmake make g++ openjdk-17-jdk-headless libgtest-dev junit5 softhsm2 libssl-dev openssl)
+packages=(cmake make g++ openjdk-17-jdk-headless libgtest-dev junit5 softhsm2 libssl-dev openssl "$@")
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# Times morlin against the same Cryptoki operations called from C and
+# through the JDK's own PKCS#11 wrapper, first on the benchmark's null module
+# and then on SoftHSM2: installs missing Debian packages (as root), builds
+# what the benchmark needs, makes a fresh token under
+# build/default/bench/softhsm, and runs tools/bench/run.sh. Arguments go to
+# the harness, for example:
+#   ./bench.sh --round-ms 200 --rounds 3 --ops GetInfo,EncryptEcb1K
+# Tables go to the terminal; results-<target>.tsv and ratios.svg to
+# build/bench (--out DIR elsewhere).
+set -euo pipefail
+cd "$(dirname "$0")"
+tools/deps.sh
+build=build/default
+cmake --preset default >/dev/null
+cmake --build --preset default -j "$(nproc)" \
+  --target morlin morlin_jar cryptoki_forward morlin_bench_null morlinbench morlin_bench_jar >/dev/null
+
+label=morlin-bench
+pin=1234-bench
+tools/provision-token.sh "$build/bench/softhsm" --label "$label" --so-pin 5678-bench-so --pin "$pin"
+
+unset MORLIN_PKCS11_MODULE
+exec tools/bench/run.sh --build "$build" --token "$build/bench/softhsm" --label "$label" --pin "$pin" "$@"

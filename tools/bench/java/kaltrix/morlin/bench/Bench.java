@@ -1,0 +1,79 @@
+package kaltrix.morlin.bench;
+
+import java.io.IOException;
+import java.io.PrintStream;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Path;
+import java.util.List;
+
+/**
+ * Times the same Cryptoki operations side by side, in one JVM, through three
+ * drivers on one module: C calling the module directly (the floor), morlin,
+ * and the JDK's own PKCS#11 wrapper. One run is one target, since the
+ * libcryptoki.so behind libmorlin.so is fixed for the process:
+ *
+ * <ul>
+ * <li>null: the benchmark's null module, which answers at once; what remains
+ * is each caller's own cost</li>
+ * <li>softhsm: SoftHSM2, with morlin going through the forwarding
+ * libcryptoki.so and the other two loading libsofthsm2.so directly; all three
+ * share one SoftHSM2 instance</li>
+ * </ul>
+ *
+ * <p>Prints a table, writes results-TARGET.tsv with the JNI step timings to
+ * the output directory, and redraws the chart from every results file there.
+ * tools/bench/run.sh starts it with the environment each target needs. Exits
+ * with 1 when a call fails, 2 on a bad command line.
+ */
+public final class Bench {
+    private Bench() {
+    }
+
+    public static void main(String[] args) throws IOException {
+        Options options;
+        try {
+            options = Options.parse(args);
+        } catch (IllegalArgumentException e) {
+            System.err.println(e.getMessage());
+            System.err.println(Options.USAGE);
+            System.exit(2);
+            return;
+        }
+        try {
+            run(options, System.out);
+        } catch (BenchFailure e) {
+            System.err.println("bench: FAILED: " + e.getMessage());
+            System.exit(1);
+        }
+    }
+
+    private static void run(Options options, PrintStream out) throws IOException {
+        Results results = new Results(options.target);
+        results.about.put("module", options.module);
+        results.about.putAll(Machine.describe());
+        results.about.put("protocol", "warm-up " + options.warmupMs + " ms per cell, " + options.rounds
+                + " rounds of about " + options.roundMs + " ms per cell");
+        out.println("morlin benchmark, target " + options.target);
+        results.about.forEach((key, value) -> out.printf("  %-10s %s%n", key, value));
+
+        // morlin first: it initialises the module, logs in and makes the
+        // objects that the others then use.
+        byte[] pin = options.pin.getBytes(StandardCharsets.UTF_8);
+        MorlinDriver morlin = new MorlinDriver(options.label, pin, options.nullModule());
+        Fixture fixture = morlin.fixture();
+        List<Driver> drivers = List.of(new CDriver(options.module, fixture), morlin,
+                new JdkDriver(options.module, fixture));
+
+        results.cells.addAll(new Protocol(options, drivers).run(out));
+        out.println("JNI steps");
+        results.steps.addAll(JniSteps.measure(options));
+
+        Table.print(results, out);
+        Table.printSteps(results, out);
+        results.write(options.out);
+        out.println();
+        out.println("results: " + Results.file(options.out, options.target));
+        Path chart = Chart.write(options.out);
+        out.println("chart:   " + chart);
+    }
+}
