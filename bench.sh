@@ -6,19 +6,31 @@
 # build/default/bench/softhsm, and runs tools/bench/run.sh. Arguments go to
 # the harness, for example:
 #   ./bench.sh --round-ms 200 --rounds 3 --ops GetInfo,EncryptEcb1K
-# Tables go to the terminal; results-<target>.tsv and ratios.svg to
-# build/bench (--out DIR elsewhere).
+# Tables go to the terminal; results-<target>.tsv, ratios.svg and
+# callgrind.tsv to build/bench (--out DIR elsewhere, callgrind.tsv stays).
 set -euo pipefail
 cd "$(dirname "$0")"
-tools/deps.sh
+tools/deps.sh valgrind
 build=build/default
-cmake --preset default >/dev/null
-cmake --build --preset default -j "$(nproc)" \
-  --target morlin morlin_jar cryptoki_forward morlin_bench_null morlinbench morlin_bench_jar >/dev/null
+cmake --preset default -DMORLIN_BUILD_TESTS=ON >/dev/null
+cmake --build --preset default -j "$(nproc)" --target morlin morlin_jar cryptoki_forward morlin_bench_null \
+  morlinbench morlin_bench_jar morlin_native_tests morlin_test_doubles >/dev/null
+
+# The JNI calls of each operation, counted by the native test that holds
+# them to the calls the natives' contracts list.
+account=$build/bench/jni-account.txt
+mkdir -p "$build/bench"
+MORLIN_JNI_ACCOUNT=$account "$build/tests/morlin_native_tests" --gtest_filter='AccountTest.*' >/dev/null
 
 label=morlin-bench
 pin=1234-bench
 tools/provision-token.sh "$build/bench/softhsm" --label "$label" --so-pin 5678-bench-so --pin "$pin"
 
 unset MORLIN_PKCS11_MODULE
-exec tools/bench/run.sh --build "$build" --token "$build/bench/softhsm" --label "$label" --pin "$pin" "$@"
+tools/bench/run.sh --build "$build" --token "$build/bench/softhsm" --label "$label" --pin "$pin" \
+  --account "$account" "$@"
+
+# Where the instructions of each call go: morlin's own code, the JVM, libc.
+echo
+echo "Instructions per operation on the null module (callgrind)"
+tools/bench/callgrind.sh "$build" build/bench

@@ -5,7 +5,8 @@
 //
 // With MORLIN_JNI_ACCOUNT=<file> in the environment the counts are also
 // written there, one line per operation and entry ("GetInfo FindClass 3"),
-// for the benchmark's per-call account.
+// and one with the classes it looks up, in order ("GetInfo classes
+// kaltrix/morlin/CK_INFO ..."), for the benchmark's per-call account.
 #include <cstdlib>
 #include <fstream>
 #include <functional>
@@ -52,13 +53,15 @@ constexpr const char* kEcb =
 
 class AccountTest : public BridgeTest {
 protected:
-    // Every JNI call the operation makes, by entry.
-    Counts count(const std::function<void()>& run) {
+    // Every JNI call the operation makes, by entry, and the classes it
+    // looks up, in order.
+    Counts count(const std::function<void()>& run, std::vector<std::string>* classes) {
         Counts counts;
         JniMonitor monitor(env);
         run();
         EXPECT_FALSE(pending()) << pendingClassName();
         for (Jni entry : monitor.tally().trace) ++counts[jniName(entry)];
+        *classes = monitor.tally().classNames;
         return counts;
     }
 
@@ -172,9 +175,14 @@ TEST_F(AccountTest, EachOperationMakesThePrescribedCallsAndNoMore) {
     std::ofstream file;
     if (path != nullptr) file.open(path);
     for (const Operation& op : operations()) {
-        const Counts counts = count(op.run);
+        std::vector<std::string> classes;
+        const Counts counts = count(op.run, &classes);
         EXPECT_EQ(counts, parse(op.prescribed)) << op.name;
         for (const auto& [entry, n] : counts) file << op.name << ' ' << entry << ' ' << n << '\n';
+        // The lookups in order, so that the benchmark can time them as they come.
+        file << op.name << " classes";
+        for (const std::string& name : classes) file << ' ' << name;
+        file << '\n';
     }
     if (path != nullptr) {
         EXPECT_TRUE(file.good()) << path;

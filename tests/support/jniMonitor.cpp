@@ -213,6 +213,7 @@ struct JniMonitor::Hooks {
     static bool before(JniMonitor& m, JNIEnv* env, Jni e, const char* className) {
         const int index = static_cast<int>(e);
         m.tally_.trace.push_back(e);
+        if (e == Jni::FindClass) m.tally_.classNames.push_back(className != nullptr ? className : "");
         const bool pending = checkJniMode() ? false : m.real_->ExceptionCheck(env);
         bool prescribed = false;
         if (pending && kClasses[index] != S) {

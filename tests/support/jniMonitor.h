@@ -123,6 +123,7 @@ struct JniTally {
     std::vector<std::string> violations;  // calls made with an exception pending
     std::vector<Jni> trace;               // every call, in order
     std::vector<Jni> counted;             // the counted calls, in order
+    std::vector<std::string> classNames;  // what FindClass was given, in order
 };
 
 class JniMonitor {

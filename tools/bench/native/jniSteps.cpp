@@ -282,6 +282,39 @@ JNIEXPORT jlong JNICALL Java_kaltrix_morlin_bench_JniSteps_run(JNIEnv* env, jcla
     return steps[step].timer(env, *gObjects, n, steps[step].size);
 }
 
+// The class lookups of one operation, replayed n times: each repetition looks
+// up every name in order inside one local frame, as a native call does, with
+// the references piling up until the frame ends. Returns the nanoseconds
+// that the n repetitions took. A lookup's cost depends on which classes come
+// before it (symbol table, dictionary and class data in the caches) more
+// than on its own name, which is why the whole sequence is timed.
+JNIEXPORT jlong JNICALL Java_kaltrix_morlin_bench_JniSteps_lookups(JNIEnv* env, jclass, jobjectArray names, jlong n) {
+    std::vector<std::string> classes;
+    const jsize count = env->GetArrayLength(names);
+    for (jsize i = 0; i < count; ++i) {
+        auto name = static_cast<jstring>(env->GetObjectArrayElement(names, i));
+        const char* utf = name == nullptr ? nullptr : env->GetStringUTFChars(name, nullptr);
+        if (utf == nullptr) return 0;  // pending
+        classes.emplace_back(utf);
+        env->ReleaseStringUTFChars(name, utf);
+        env->DeleteLocalRef(name);
+    }
+    const long start = NowNs();
+    for (jlong r = 0; r < n; ++r) {
+        if (env->PushLocalFrame(count + 16) != 0) return 0;
+        for (const std::string& c : classes) {
+            jclass cls = env->FindClass(c.c_str());
+            Escape(cls);
+            if (cls == nullptr) {
+                env->PopLocalFrame(nullptr);
+                return 0;  // pending
+            }
+        }
+        env->PopLocalFrame(nullptr);
+    }
+    return NowNs() - start;
+}
+
 // An empty native method: the cost of the transition itself, timed from Java.
 JNIEXPORT void JNICALL Java_kaltrix_morlin_bench_JniSteps_nothing(JNIEnv*, jclass) {}
 

@@ -48,6 +48,14 @@ public final class Bench {
     }
 
     private static void run(Options options, PrintStream out) throws IOException {
+        if (options.profile != null) {
+            // Nothing but the loop: the profiler counts inside the natives.
+            MorlinDriver morlin = new MorlinDriver(options.label, options.pin.getBytes(StandardCharsets.UTF_8),
+                    options.nullModule());
+            long ns = morlin.time(options.profile, options.iterations);
+            out.println(options.profile + ": " + options.iterations + " in " + ns + " ns");
+            return;
+        }
         Results results = new Results(options.target);
         results.about.put("module", options.module);
         results.about.putAll(Machine.describe());
@@ -67,9 +75,17 @@ public final class Bench {
         results.cells.addAll(new Protocol(options, drivers).run(out));
         out.println("JNI steps");
         results.steps.addAll(JniSteps.measure(options));
+        Account.Counted counted = options.account == null ? null : Account.read(options.account);
+        if (counted != null) {
+            results.steps.addAll(JniSteps.measureLookups(options, counted.classes));
+            results.account.addAll(Account.lines(results, counted.calls));
+        }
 
         Table.print(results, out);
         Table.printSteps(results, out);
+        if (counted != null) {
+            Account.print(results.account, out);
+        }
         results.write(options.out);
         out.println();
         out.println("results: " + Results.file(options.out, options.target));

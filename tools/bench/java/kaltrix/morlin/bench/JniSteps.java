@@ -3,6 +3,8 @@ package kaltrix.morlin.bench;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
+import java.util.Map;
+import java.util.function.LongUnaryOperator;
 
 /**
  * Single JNI steps, each timed in a C loop inside one native method (see
@@ -27,23 +29,40 @@ final class JniSteps {
         long loopNs = Math.max(1_000_000, options.roundMs * 1_000_000 / 20);
         String[] names = names();
         List<Results.Step> steps = new ArrayList<>();
-        steps.add(new Results.Step("native-call", median(-1, loopNs, options.rounds)));
+        steps.add(new Results.Step("native-call", median(n -> time(-1, n), loopNs, options.rounds)));
         for (int i = 0; i < names.length; i++) {
-            steps.add(new Results.Step(names[i], median(i, loopNs, options.rounds)));
+            int step = i;
+            steps.add(new Results.Step(names[i], median(n -> time(step, n), loopNs, options.rounds)));
         }
         return steps;
     }
 
-    private static double median(int step, long loopNs, int repeats) {
+    /**
+     * Times the class lookups of each operation as the operation makes them,
+     * in order, in one local frame: the step "FindClass@OP" is the time of
+     * the whole sequence.
+     */
+    static List<Results.Step> measureLookups(Options options, Map<Op, List<String>> classes) {
+        long loopNs = Math.max(1_000_000, options.roundMs * 1_000_000 / 20);
+        List<Results.Step> steps = new ArrayList<>();
+        for (Map.Entry<Op, List<String>> e : classes.entrySet()) {
+            String[] names = e.getValue().toArray(new String[0]);
+            steps.add(new Results.Step("FindClass@" + e.getKey(), median(n -> lookups(names, n), loopNs,
+                    options.rounds)));
+        }
+        return steps;
+    }
+
+    private static double median(LongUnaryOperator timer, long loopNs, int repeats) {
         long n = 1;
         long elapsed;
-        while ((elapsed = Math.max(1, time(step, n))) < loopNs / 4) {
+        while ((elapsed = Math.max(1, timer.applyAsLong(n))) < loopNs / 4) {
             n *= 2;
         }
         n = Math.max(1, Math.round((double) n * loopNs / elapsed));
         double[] perStep = new double[repeats];
         for (int r = 0; r < repeats; r++) {
-            perStep[r] = (double) time(step, n) / n;
+            perStep[r] = (double) timer.applyAsLong(n) / n;
         }
         Arrays.sort(perStep);
         return Protocol.median(perStep);
@@ -68,4 +87,7 @@ final class JniSteps {
     private static native long run(int step, long n);
 
     private static native void nothing();
+
+    /** Looks up the classes in order, n times over, each time in a fresh local frame; nanoseconds taken. */
+    private static native long lookups(String[] names, long n);
 }

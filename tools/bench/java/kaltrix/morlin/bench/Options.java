@@ -16,7 +16,12 @@ final class Options {
             "  --round-ms MS     length of each timed loop (default 1000)",
             "  --rounds N        timed rounds (default 5)",
             "  --ops A,B,...     the operations to time (default all: " + Arrays.toString(Op.values()) + ")",
-            "  --out DIR         where results and chart go (default build/bench)");
+            "  --out DIR         where results and chart go (default build/bench)",
+            "  --account FILE    the JNI calls of each operation, as the counting test writes them:",
+            "                    adds the per-call account to the table and the results",
+            "  --profile OP      run only morlin's loop of OP, --iterations times, and nothing else",
+            "                    (for a profiler that counts inside the natives)",
+            "  --iterations N    the loop of --profile (default 2000)");
 
     String target;
     String module;
@@ -27,6 +32,9 @@ final class Options {
     int rounds = 5;
     List<Op> ops = List.of(Op.values());
     Path out = Path.of("build", "bench");
+    Path account;
+    Op profile;
+    long iterations = 2000;
 
     /** The benchmark's own module: AES-GCM appends no tag, answers are filler. */
     boolean nullModule() {
@@ -71,6 +79,15 @@ final class Options {
                 break;
             case "--out":
                 o.out = Path.of(value);
+                break;
+            case "--account":
+                o.account = Path.of(value);
+                break;
+            case "--profile":
+                o.profile = Op.parse(value).get(0);
+                break;
+            case "--iterations":
+                o.iterations = positive(option, value);
                 break;
             default:
                 throw new IllegalArgumentException("unknown option " + option);

@@ -22,6 +22,7 @@ import java.util.Set;
  * cell   OP  DRIVER  MEDIAN  LOW  HIGH  ITERATIONS
  * ratio  OP  MORLIN/C  JDK/C  MORLIN/JDK           from the medians; not read back
  * jni    STEP  NS                                   one JNI step, see JniSteps
+ * account  OP  LOOKUPS  CALLS  LOOKUP_NS  FLOOR_NS  MORLIN_NS   see Account; not read back
  * </pre>
  */
 final class Results {
@@ -39,6 +40,7 @@ final class Results {
     final Map<String, String> about = new LinkedHashMap<>();
     final List<Cell> cells = new ArrayList<>();
     final List<Step> steps = new ArrayList<>();
+    final List<Account.Line> account = new ArrayList<>();
 
     Results(String target) {
         this.target = target;
@@ -95,6 +97,13 @@ final class Results {
         text.append("# jni\tSTEP\tNS\n");
         for (Step s : steps) {
             line(text, "jni", s.name, number(s.ns));
+        }
+        if (!account.isEmpty()) {
+            text.append("# account\tOP\tLOOKUPS\tCALLS\tLOOKUP_NS\tFLOOR_NS\tMORLIN_NS\n");
+        }
+        for (Account.Line a : account) {
+            line(text, "account", a.op.name(), Integer.toString(a.lookups), Integer.toString(a.calls),
+                    number(a.lookupNs), number(a.floorNs), number(a.morlinNs));
         }
         try {
             Files.createDirectories(dir);
