@@ -143,26 +143,27 @@ std::vector<Operation> AccountTest::operations() {
         {"FindObjects10",
          [this] {
              jobject s = session(1);
-             jobjectArray t = attributes({attribute(CKA_CLASS, newLong(CKO_DATA), 8)});
+             jobjectArray t = attributes({attribute(CKA_CLASS, wrapper(jn::kObjectClass, CKO_DATA), 8)});
              Java_kaltrix_morlin_Cryptoki_C_1FindObjectsInit(env, nullptr, s, t, 1);
              jobjectArray found = wrappers(jn::kObjectHandle, {0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
              Java_kaltrix_morlin_Cryptoki_C_1FindObjects(env, nullptr, s, found, 10, longRef(0));
              Java_kaltrix_morlin_Cryptoki_C_1FindObjectsFinal(env, nullptr, s);
          },
-         "AllocObject=3 CallLongMethodV=1 ExceptionCheck=91 FindClass=38 GetArrayLength=2 GetFieldID=21 GetLongField=5 "
-         "GetMethodID=1 GetObjectArrayElement=11 GetObjectField=2 IsInstanceOf=17 SetLongField=14"},
+         "AllocObject=3 ExceptionCheck=91 FindClass=38 GetArrayLength=2 GetFieldID=22 GetLongField=6 "
+         "GetObjectArrayElement=11 GetObjectField=2 IsInstanceOf=29 SetLongField=14"},
         {"GenerateKey6",
          [this] {
              jobjectArray t = attributes(
-                 {attribute(CKA_CLASS, newLong(CKO_SECRET_KEY), 8), attribute(CKA_KEY_TYPE, newLong(CKK_AES), 8),
-                  attribute(CKA_VALUE_LEN, newLong(16), 8), attribute(CKA_TOKEN, newBoolean(false), 1),
-                  attribute(CKA_ENCRYPT, newBoolean(true), 1), attribute(CKA_LABEL, makeBytes(Bytes(5, 'k')), 5)});
+                 {attribute(CKA_CLASS, wrapper(jn::kObjectClass, CKO_SECRET_KEY), 8),
+                  attribute(CKA_KEY_TYPE, wrapper(jn::kKeyType, CKK_AES), 8), attribute(CKA_VALUE_LEN, newLong(16), 8),
+                  attribute(CKA_TOKEN, newBoolean(false), 1), attribute(CKA_ENCRYPT, newBoolean(true), 1),
+                  attribute(CKA_LABEL, makeBytes(Bytes(5, 'k')), 5)});
              Java_kaltrix_morlin_Cryptoki_C_1GenerateKey(env, nullptr, session(1), mechanism(CKM_AES_KEY_GEN), t, 6,
                                                          handle(0));
          },
-         "AllocObject=1 CallBooleanMethodV=2 CallLongMethodV=3 ExceptionCheck=142 FindClass=180 GetArrayLength=2 "
-         "GetByteArrayRegion=1 GetFieldID=34 GetLongField=16 GetMethodID=5 GetObjectArrayElement=6 GetObjectField=16 "
-         "IsInstanceOf=52 SetLongField=2"},
+         "AllocObject=1 CallBooleanMethodV=2 CallLongMethodV=1 ExceptionCheck=142 FindClass=180 GetArrayLength=2 "
+         "GetByteArrayRegion=1 GetFieldID=36 GetLongField=18 GetMethodID=3 GetObjectArrayElement=6 GetObjectField=16 "
+         "IsInstanceOf=73 SetLongField=2"},
     };
 }
 
