@@ -5,8 +5,9 @@
 //
 // With MORLIN_JNI_ACCOUNT=<file> in the environment the counts are also
 // written there, one line per operation and entry ("GetInfo FindClass 3"),
-// and one with the classes it looks up, in order ("GetInfo classes
-// kaltrix/morlin/CK_INFO ..."), for the benchmark's per-call account.
+// and one with its lookups in order ("GetInfo lookups C:kaltrix/morlin/CK_INFO
+// ... F:kaltrix/morlin/CK_INFO:flags:J ..."), for the benchmark's per-call
+// account.
 #include <cstdlib>
 #include <fstream>
 #include <functional>
@@ -53,15 +54,15 @@ constexpr const char* kEcb =
 
 class AccountTest : public BridgeTest {
 protected:
-    // Every JNI call the operation makes, by entry, and the classes it
-    // looks up, in order.
+    // Every JNI call the operation makes, by entry, and its class, field and
+    // method lookups, in order.
     Counts count(const std::function<void()>& run, std::vector<std::string>* classes) {
         Counts counts;
         JniMonitor monitor(env);
         run();
         EXPECT_FALSE(pending()) << pendingClassName();
         for (Jni entry : monitor.tally().trace) ++counts[jniName(entry)];
-        *classes = monitor.tally().classNames;
+        *classes = monitor.tally().lookups;
         return counts;
     }
 
@@ -181,7 +182,7 @@ TEST_F(AccountTest, EachOperationMakesThePrescribedCallsAndNoMore) {
         EXPECT_EQ(counts, parse(op.prescribed)) << op.name;
         for (const auto& [entry, n] : counts) file << op.name << ' ' << entry << ' ' << n << '\n';
         // The lookups in order, so that the benchmark can time them as they come.
-        file << op.name << " classes";
+        file << op.name << " lookups";
         for (const std::string& name : classes) file << ' ' << name;
         file << '\n';
     }

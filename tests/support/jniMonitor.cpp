@@ -6,6 +6,7 @@
 
 #include <link.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -213,7 +214,8 @@ struct JniMonitor::Hooks {
     static bool before(JniMonitor& m, JNIEnv* env, Jni e, const char* className) {
         const int index = static_cast<int>(e);
         m.tally_.trace.push_back(e);
-        if (e == Jni::FindClass) m.tally_.classNames.push_back(className != nullptr ? className : "");
+        if (e == Jni::FindClass)
+            m.tally_.lookups.push_back(std::string("C:") + (className != nullptr ? className : ""));
         const bool pending = checkJniMode() ? false : m.real_->ExceptionCheck(env);
         bool prescribed = false;
         if (pending && kClasses[index] != S) {
@@ -260,6 +262,27 @@ struct JniMonitor::Hooks {
         return true;
     }
 
+    // A field or method lookup, with its class named as FindClass takes it.
+    static void noteMember(JniMonitor& m, JNIEnv* env, Jni e, jclass cls, const char* name, const char* sig) {
+        std::string record = e == Jni::GetFieldID ? "F:" : "M:";
+        const JNINativeInterface_* real = m.real_;
+        if (cls != nullptr && !real->ExceptionCheck(env)) {
+            jclass classClass = real->FindClass(env, "java/lang/Class");
+            jmethodID getName = real->GetMethodID(env, classClass, "getName", "()Ljava/lang/String;");
+            auto text = static_cast<jstring>(real->CallObjectMethodA(env, cls, getName, nullptr));
+            const char* utf = text == nullptr ? nullptr : real->GetStringUTFChars(env, text, nullptr);
+            if (utf != nullptr) {
+                std::string dotted = utf;
+                std::replace(dotted.begin(), dotted.end(), '.', '/');
+                record += dotted;
+                real->ReleaseStringUTFChars(env, text, utf);
+            }
+            real->DeleteLocalRef(env, text);
+            real->DeleteLocalRef(env, classClass);
+        }
+        m.tally_.lookups.push_back(record + ":" + (name != nullptr ? name : "") + ":" + (sig != nullptr ? sig : ""));
+    }
+
     template <Jni E, class R, class... A>
     static void after(JniMonitor& m, R* result, A... args) {
         constexpr std::string_view name = kNames[static_cast<int>(E)];
@@ -301,6 +324,9 @@ struct Shim<E, Member, R(JNICALL*)(JNIEnv*, A...)> {
             (real->*Member)(env, args...);
             JniMonitor::Hooks::after<E, int>(*m, nullptr, args...);
         } else {
+            if constexpr (E == Jni::GetFieldID || E == Jni::GetMethodID) {
+                JniMonitor::Hooks::noteMember(*m, env, E, args...);
+            }
             R result = (real->*Member)(env, args...);
             JniMonitor::Hooks::after<E>(*m, &result, args...);
             return result;

@@ -123,7 +123,10 @@ struct JniTally {
     std::vector<std::string> violations;  // calls made with an exception pending
     std::vector<Jni> trace;               // every call, in order
     std::vector<Jni> counted;             // the counted calls, in order
-    std::vector<std::string> classNames;  // what FindClass was given, in order
+    // The lookups, in order: "C:class" for FindClass, "F:class:name:sig" for
+    // GetFieldID and "M:class:name:sig" for GetMethodID (binary class names
+    // with slashes), those that failed included.
+    std::vector<std::string> lookups;
 };
 
 class JniMonitor {

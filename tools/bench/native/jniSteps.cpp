@@ -247,6 +247,13 @@ const std::vector<Step>& Steps() {
     return steps;
 }
 
+// One lookup of a replayed sequence (see JniSteps_lookups below).
+struct Lookup {
+    char kind = 'C';
+    std::string cls, name, sig;
+    jclass resolved = nullptr;
+};
+
 }  // namespace
 
 extern "C" {
@@ -282,37 +289,73 @@ JNIEXPORT jlong JNICALL Java_kaltrix_morlin_bench_JniSteps_run(JNIEnv* env, jcla
     return steps[step].timer(env, *gObjects, n, steps[step].size);
 }
 
-// The class lookups of one operation, replayed n times: each repetition looks
-// up every name in order inside one local frame, as a native call does, with
-// the references piling up until the frame ends. Returns the nanoseconds
-// that the n repetitions took. A lookup's cost depends on which classes come
-// before it (symbol table, dictionary and class data in the caches) more
-// than on its own name, which is why the whole sequence is timed.
-JNIEXPORT jlong JNICALL Java_kaltrix_morlin_bench_JniSteps_lookups(JNIEnv* env, jclass, jobjectArray names, jlong n) {
-    std::vector<std::string> classes;
-    const jsize count = env->GetArrayLength(names);
+// The lookups of one operation, replayed n times: each repetition makes
+// every lookup in order inside one local frame, as a native call does, with
+// the references piling up until the frame ends. A record is "C:class" for
+// FindClass, "F:class:name:sig" for GetFieldID and "M:class:name:sig" for
+// GetMethodID; the classes that F and M need are resolved before the clock
+// starts. Returns the nanoseconds that the n repetitions took. A lookup costs
+// more among other lookups (symbol table, dictionary and class data leave
+// the caches) than alone in a loop, which is why the whole sequence is timed.
+JNIEXPORT jlong JNICALL Java_kaltrix_morlin_bench_JniSteps_lookups(JNIEnv* env, jclass, jobjectArray records, jlong n) {
+    std::vector<Lookup> lookups;
+    const jsize count = env->GetArrayLength(records);
     for (jsize i = 0; i < count; ++i) {
-        auto name = static_cast<jstring>(env->GetObjectArrayElement(names, i));
-        const char* utf = name == nullptr ? nullptr : env->GetStringUTFChars(name, nullptr);
+        auto text = static_cast<jstring>(env->GetObjectArrayElement(records, i));
+        const char* utf = text == nullptr ? nullptr : env->GetStringUTFChars(text, nullptr);
         if (utf == nullptr) return 0;  // pending
-        classes.emplace_back(utf);
-        env->ReleaseStringUTFChars(name, utf);
-        env->DeleteLocalRef(name);
+        std::string record = utf;
+        env->ReleaseStringUTFChars(text, utf);
+        env->DeleteLocalRef(text);
+        Lookup l;
+        l.kind = record[0];
+        size_t a = record.find(':', 2);
+        l.cls = record.substr(2, a == std::string::npos ? std::string::npos : a - 2);
+        if (l.kind != 'C') {
+            size_t b = a == std::string::npos ? a : record.find(':', a + 1);
+            if (b == std::string::npos) {
+                bench::ThrowFailure(env, ("JNI steps: no lookup " + record).c_str());
+                return 0;
+            }
+            l.name = record.substr(a + 1, b - a - 1);
+            l.sig = record.substr(b + 1);
+            jclass local = env->FindClass(l.cls.c_str());
+            if (local == nullptr) return 0;  // pending
+            l.resolved = static_cast<jclass>(env->NewGlobalRef(local));
+            env->DeleteLocalRef(local);
+        }
+        lookups.push_back(l);
     }
-    const long start = NowNs();
-    for (jlong r = 0; r < n; ++r) {
+    long start = NowNs();
+    for (jlong r = 0; r < n && start != 0; ++r) {
         if (env->PushLocalFrame(count + 16) != 0) return 0;
-        for (const std::string& c : classes) {
-            jclass cls = env->FindClass(c.c_str());
-            Escape(cls);
-            if (cls == nullptr) {
-                env->PopLocalFrame(nullptr);
-                return 0;  // pending
+        for (const Lookup& l : lookups) {
+            bool found = true;
+            if (l.kind == 'C') {
+                jclass c = env->FindClass(l.cls.c_str());
+                Escape(c);
+                found = c != nullptr;
+            } else if (l.kind == 'F') {
+                jfieldID f = env->GetFieldID(l.resolved, l.name.c_str(), l.sig.c_str());
+                Escape(f);
+                found = f != nullptr;
+            } else {
+                jmethodID m = env->GetMethodID(l.resolved, l.name.c_str(), l.sig.c_str());
+                Escape(m);
+                found = m != nullptr;
+            }
+            if (!found) {  // pending
+                start = 0;
+                break;
             }
         }
         env->PopLocalFrame(nullptr);
     }
-    return NowNs() - start;
+    const long elapsed = start == 0 ? 0 : NowNs() - start;
+    for (const Lookup& l : lookups) {
+        if (l.resolved != nullptr) env->DeleteGlobalRef(l.resolved);
+    }
+    return elapsed;
 }
 
 // An empty native method: the cost of the transition itself, timed from Java.

@@ -20,8 +20,8 @@ import java.util.TreeMap;
  * which also holds them to the calls that the natives' contracts list. The
  * floor of an operation is then the C floor plus every one of those calls
  * priced at its single-step time from {@link JniSteps} in the same JVM (the
- * class lookups replayed in the operation's own order, see
- * {@link JniSteps#measureLookups}), plus
+ * class, field and method lookups replayed in the operation's own order, in
+ * the rounds, by {@link LookupsDriver}), plus
  * the buffers that the contracts make the bridge allocate and copy (a calloc
  * per converted input and per output buffer, a copy into the array elements).
  * What morlin takes beyond that floor is its own code, and everything that
@@ -32,10 +32,10 @@ final class Account {
     private Account() {
     }
 
-    /** What the counting test wrote: each operation's JNI calls by entry, and the classes it looks up. */
+    /** What the counting test wrote: each operation's JNI calls by entry, and its lookups in order. */
     static final class Counted {
         final Map<Op, Map<String, Integer>> calls = new EnumMap<>(Op.class);
-        final Map<Op, List<String>> classes = new EnumMap<>(Op.class);
+        final Map<Op, List<String>> lookups = new EnumMap<>(Op.class);
     }
 
     static Counted read(Path file) {
@@ -43,8 +43,8 @@ final class Account {
         try {
             for (String line : Files.readAllLines(file)) {
                 String[] f = line.trim().split("\\s+");
-                if (f.length >= 2 && f[1].equals("classes")) {
-                    counted.classes.put(Op.valueOf(f[0]), List.of(f).subList(2, f.length));
+                if (f.length >= 2 && f[1].equals("lookups")) {
+                    counted.lookups.put(Op.valueOf(f[0]), List.of(f).subList(2, f.length));
                 } else if (f.length == 3) {
                     counted.calls.computeIfAbsent(Op.valueOf(f[0]), k -> new TreeMap<>()).put(f[1],
                             Integer.parseInt(f[2]));
@@ -177,6 +177,7 @@ final class Account {
             Map<String, Integer> counts = calls.get(op);
             Results.Cell c = results.cell(op, Results.C);
             Results.Cell morlin = results.cell(op, Results.MORLIN);
+            Results.Cell replayed = results.cell(op, LookupsDriver.NAME);
             if (counts == null || c == null || morlin == null) {
                 continue;
             }
@@ -189,10 +190,16 @@ final class Account {
                 if (sized(e.getKey())) {
                     continue;
                 }
-                // The lookups as the operation makes them, when they were replayed.
-                String replay = "FindClass@" + op;
-                double ns = e.getKey().equals("FindClass") && steps.containsKey(replay) ? steps.get(replay)
-                        : e.getValue() * price(steps, stepOf(e.getKey()));
+                // The lookups as the operation makes them, replayed in the
+                // rounds: one price for the class, field and method lookups.
+                boolean lookup = e.getKey().equals("FindClass") || e.getKey().equals("GetFieldID")
+                        || e.getKey().equals("GetMethodID");
+                double ns;
+                if (lookup && replayed != null) {
+                    ns = e.getKey().equals("FindClass") ? replayed.medianNs() : 0;
+                } else {
+                    ns = e.getValue() * price(steps, stepOf(e.getKey()));
+                }
                 floor += ns;
                 if (e.getKey().equals("FindClass") || e.getKey().equals("GetFieldID")
                         || e.getKey().equals("GetMethodID")) {

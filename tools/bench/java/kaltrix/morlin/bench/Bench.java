@@ -4,6 +4,7 @@ import java.io.IOException;
 import java.io.PrintStream;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Path;
+import java.util.ArrayList;
 import java.util.List;
 
 /**
@@ -69,15 +70,19 @@ public final class Bench {
         byte[] pin = options.pin.getBytes(StandardCharsets.UTF_8);
         MorlinDriver morlin = new MorlinDriver(options.label, pin, options.nullModule());
         Fixture fixture = morlin.fixture();
-        List<Driver> drivers = List.of(new CDriver(options.module, fixture), morlin,
-                new JdkDriver(options.module, fixture));
+        List<Driver> drivers = new ArrayList<>(List.of(new CDriver(options.module, fixture), morlin,
+                new JdkDriver(options.module, fixture)));
+        // With the account, the lookups that morlin's operations must make
+        // take their turn in the rounds too.
+        Account.Counted counted = options.account == null ? null : Account.read(options.account);
+        if (counted != null) {
+            drivers.add(new LookupsDriver(counted.lookups));
+        }
 
         results.cells.addAll(new Protocol(options, drivers).run(out));
         out.println("JNI steps");
         results.steps.addAll(JniSteps.measure(options));
-        Account.Counted counted = options.account == null ? null : Account.read(options.account);
         if (counted != null) {
-            results.steps.addAll(JniSteps.measureLookups(options, counted.classes));
             results.account.addAll(Account.lines(results, counted.calls));
         }
 

@@ -3,7 +3,6 @@ package kaltrix.morlin.bench;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
-import java.util.Map;
 import java.util.function.LongUnaryOperator;
 
 /**
@@ -38,19 +37,14 @@ final class JniSteps {
     }
 
     /**
-     * Times the class lookups of each operation as the operation makes them,
-     * in order, in one local frame: the step "FindClass@OP" is the time of
-     * the whole sequence.
+     * Makes the lookups of the records in order, n times over, each time in
+     * a fresh local frame, as one native call makes them; returns the
+     * nanoseconds taken. A record is "C:class" for FindClass,
+     * "F:class:name:sig" for GetFieldID and "M:class:name:sig" for
+     * GetMethodID.
      */
-    static List<Results.Step> measureLookups(Options options, Map<Op, List<String>> classes) {
-        long loopNs = Math.max(1_000_000, options.roundMs * 1_000_000 / 20);
-        List<Results.Step> steps = new ArrayList<>();
-        for (Map.Entry<Op, List<String>> e : classes.entrySet()) {
-            String[] names = e.getValue().toArray(new String[0]);
-            steps.add(new Results.Step("FindClass@" + e.getKey(), median(n -> lookups(names, n), loopNs,
-                    options.rounds)));
-        }
-        return steps;
+    static long replay(String[] records, long n) {
+        return lookups(records, n);
     }
 
     private static double median(LongUnaryOperator timer, long loopNs, int repeats) {
@@ -88,6 +82,6 @@ final class JniSteps {
 
     private static native void nothing();
 
-    /** Looks up the classes in order, n times over, each time in a fresh local frame; nanoseconds taken. */
-    private static native long lookups(String[] names, long n);
+    /** Makes the lookups in order, n times over, each time in a fresh local frame; nanoseconds taken. */
+    private static native long lookups(String[] records, long n);
 }
