@@ -10,6 +10,12 @@
 # callgrind.tsv to build/bench (--out DIR elsewhere, callgrind.tsv stays).
 set -euo pipefail
 cd "$(dirname "$0")"
+case " $* " in
+  *" --help "*|*" -h "*)
+    echo "usage: $0 [harness options]; without options it runs everything with the defaults below" >&2
+    [ -f build/default/bench/morlin-bench.jar ] && exec java -cp build/default/bench/morlin-bench.jar kaltrix.morlin.bench.Bench --help
+    exit 0 ;;
+esac
 tools/deps.sh valgrind
 build=build/default
 cmake --preset default -DMORLIN_BUILD_TESTS=ON >/dev/null

@@ -32,6 +32,7 @@ while [ $# -gt 0 ]; do
     --label) label=$2; shift 2 ;;
     --softhsm-module) softhsm=$2; shift 2 ;;
     --target) [ $# -ge 2 ] || usage; targets=("$2"); shift 2 ;;
+    --help|-h) targets=(); harness=(--help); shift ;;
     *) harness+=("$1"); shift ;;
   esac
 done
@@ -50,6 +51,9 @@ jvm_flags=(-XX:+UseSerialGC -Xms512m -Xmx512m -XX:+AlwaysPreTouch -XX:-UsePerfDa
 java=${JAVA:-java}
 echo "JVM: $java ${jvm_flags[*]}"
 
+if [ "${harness[*]-}" = "--help" ]; then
+  exec "${JAVA:-java}" -cp "$build/bench/morlin-bench.jar" kaltrix.morlin.bench.Bench --help
+fi
 for target in "${targets[@]}"; do
   case $target in
     null)

@@ -31,6 +31,10 @@ public final class Bench {
     }
 
     public static void main(String[] args) throws IOException {
+        if (args.length == 1 && (args[0].equals("--help") || args[0].equals("-h"))) {
+            System.out.println(Options.USAGE);
+            return;
+        }
         Options options;
         try {
             options = Options.parse(args);
