@@ -59,6 +59,7 @@ protected:
     Counts count(const std::function<void()>& run, std::vector<std::string>* classes) {
         Counts counts;
         JniMonitor monitor(env);
+        monitor.recordLookups(true);
         run();
         EXPECT_FALSE(pending()) << pendingClassName();
         for (Jni entry : monitor.tally().trace) ++counts[jniName(entry)];

@@ -264,12 +264,14 @@ struct JniMonitor::Hooks {
 
     // A field or method lookup, with its class named as FindClass takes it.
     static void noteMember(JniMonitor& m, JNIEnv* env, Jni e, jclass cls, const char* name, const char* sig) {
+        if (!m.recordLookups_ || checkJniMode()) return;
         std::string record = e == Jni::GetFieldID ? "F:" : "M:";
         const JNINativeInterface_* real = m.real_;
         if (cls != nullptr && !real->ExceptionCheck(env)) {
             jclass classClass = real->FindClass(env, "java/lang/Class");
             jmethodID getName = real->GetMethodID(env, classClass, "getName", "()Ljava/lang/String;");
             auto text = static_cast<jstring>(real->CallObjectMethodA(env, cls, getName, nullptr));
+            if (real->ExceptionCheck(env)) real->ExceptionClear(env);  // our own call's, not the bridge's
             const char* utf = text == nullptr ? nullptr : real->GetStringUTFChars(env, text, nullptr);
             if (utf != nullptr) {
                 std::string dotted = utf;

@@ -123,9 +123,9 @@ struct JniTally {
     std::vector<std::string> violations;  // calls made with an exception pending
     std::vector<Jni> trace;               // every call, in order
     std::vector<Jni> counted;             // the counted calls, in order
-    // The lookups, in order: "C:class" for FindClass, "F:class:name:sig" for
-    // GetFieldID and "M:class:name:sig" for GetMethodID (binary class names
-    // with slashes), those that failed included.
+    // With recordLookups, the lookups in order: "C:class" for FindClass,
+    // "F:class:name:sig" for GetFieldID and "M:class:name:sig" for
+    // GetMethodID (binary class names with slashes).
     std::vector<std::string> lookups;
 };
 
@@ -144,6 +144,9 @@ public:
     // counted towards the failing call nor failed: set-up and clean-up.
     void pause(bool paused);
     void reset();
+    // Note the lookups in JniTally::lookups (not under -Xcheck:jni, where
+    // the calls that naming a class takes would disturb the JVM's checks).
+    void recordLookups(bool on) { recordLookups_ = on; }
 
     const JniTally& tally() const { return tally_; }
     bool fired() const { return tally_.firedAt != 0; }
@@ -162,6 +165,7 @@ private:
     Jni failEntry_{};
     int entryCalls_ = 0;
     bool paused_ = false;
+    bool recordLookups_ = false;
     // The call before this one, and the class lookups made back to back up
     // to it, the first with nothing pending: the prescribed call orders.
     Jni previous_{};
