@@ -184,6 +184,33 @@ const CK_MECHANISM_TYPE* kpgMech(CK_ULONG_PTR pCount);
 CK_MECHANISM_TYPE* genkMechanismTabFromMechanismTab(const MechanismTab* tab, CK_ULONG_PTR pCount);
 CK_MECHANISM_TYPE* genkpMechanismTabFromMechanismTab(const MechanismTab* tab, CK_ULONG_PTR pCount);
 
+/* ---- named curves (ecattr) ----------------------------------------------------- */
+
+/* The DER of a named curve's object identifier, the value of CKA_EC_PARAMS,
+ * under the two-phase rule: a null buffer asks for the length, a buffer whose
+ * length (in *pulDerEcParamsLen) is too small gets CKR_BUFFER_TOO_SMALL and
+ * the length needed. Names are exact and case-sensitive ("P-256",
+ * "prime256v1", "secp256r1", "brainpoolP384r1", "ed25519", ...); an unknown
+ * or null name gives CKR_KEY_PARAMS_INVALID. curve25519 and ed25519 encode to
+ * their older long object identifiers. With a null length pointer and a null
+ * buffer nothing is done and CKR_OK returned. */
+CK_RV CT_DerEncodeNamedCurve(CK_BYTE_PTR pDerEcParams, CK_ULONG_PTR pulDerEcParamsLen, const char* curveName);
+
+/* The key size in bits of the curve whose DER is the attribute's value. The
+ * value is compared with each known DER over the value's own length, first
+ * match wins: a value that stops short of a known DER matches it, an empty
+ * one gives 191. Unknown: CKR_ATTRIBUTE_VALUE_INVALID. */
+CK_RV CT_GetECKeySize(const CK_ATTRIBUTE* pEcParamsAttribute, CK_ULONG_PTR pulBits);
+
+/* Fills the attribute with the curve's DER as CT_DerEncodeNamedCurve does
+ * (pValue and ulValueLen as its buffer and length). Failing that, a buffer
+ * too small included, it looks on the token for a CKO_DOMAIN_PARAMETERS
+ * object of key type CKK_EC labelled with the name, without and then with
+ * its terminating NUL, and reads its CKA_EC_PARAMS into the attribute (type
+ * set to CKA_EC_PARAMS). None found: CKR_DOMAIN_PARAMS_INVALID; a failing
+ * token call: its code (a failed C_FindObjects leaves the search open). */
+CK_RV CT_GetECCDomainParameters(CK_SESSION_HANDLE hSession, CK_ATTRIBUTE* pAttribute, const char* curveName);
+
 /* ---- object attribute read and write (rwattr) -------------------------------- */
 
 /* qsort comparator of two CK_MECHANISM_TYPE values, ascending and unsigned:
