@@ -211,6 +211,33 @@ CK_RV CT_GetECKeySize(const CK_ATTRIBUTE* pEcParamsAttribute, CK_ULONG_PTR pulBi
  * token call: its code (a failed C_FindObjects leaves the search open). */
 CK_RV CT_GetECCDomainParameters(CK_SESSION_HANDLE hSession, CK_ATTRIBUTE* pAttribute, const char* curveName);
 
+/* ---- data objects as named files (ctobjio) ------------------------------------- */
+
+/* A token object of the class labelled with the name (its length without the
+ * terminating NUL), private or public; the handle goes to *phObject. What
+ * C_CreateObject returns; a null name gives CKR_ARGUMENTS_BAD. */
+CK_RV CT_CreateObject(CK_SESSION_HANDLE hSession, CK_OBJECT_CLASS objectClass, const char* name,
+                      CK_OBJECT_HANDLE_PTR phObject);
+CK_RV CT_CreatePublicObject(CK_SESSION_HANDLE hSession, CK_OBJECT_CLASS objectClass, const char* name,
+                            CK_OBJECT_HANDLE_PTR phObject);
+/* The first object of the class with the label, by a search for one handle
+ * (written straight to *phObject). None: CKR_GENERAL_ERROR. A failing token
+ * call gives its code; a failed C_FindObjects leaves the search open. */
+CK_RV CT_OpenObject(CK_SESSION_HANDLE hSession, CK_OBJECT_CLASS objectClass, const char* name,
+                    CK_OBJECT_HANDLE_PTR phObject);
+/* Opens by the old name, then sets the label to the new one. */
+CK_RV CT_RenameObject(CK_SESSION_HANDLE hSession, CK_OBJECT_CLASS objectClass, const char* oldName,
+                      const char* newName);
+/* CKA_VALUE through GetAttr: bufferLen 0 asks for the length, a short buffer
+ * gives CKR_ATTRIBUTE_TYPE_INVALID; the length goes to *pValueLen (if not
+ * null) whatever the result, and means something on success only. */
+CK_RV CT_ReadObject(CK_SESSION_HANDLE hSession, CK_OBJECT_HANDLE hObject, CK_VOID_PTR pBuffer, CK_ULONG bufferLen,
+                    CK_ULONG_PTR pValueLen);
+/* CKA_VALUE through SetAttr; bufferLen goes to *pWritten (if not null)
+ * whatever the result. */
+CK_RV CT_WriteObject(CK_SESSION_HANDLE hSession, CK_OBJECT_HANDLE hObject, CK_VOID_PTR pBuffer, CK_ULONG bufferLen,
+                     CK_ULONG_PTR pWritten);
+
 /* ---- object attribute read and write (rwattr) -------------------------------- */
 
 /* qsort comparator of two CK_MECHANISM_TYPE values, ascending and unsigned:
