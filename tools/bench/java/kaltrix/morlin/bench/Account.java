@@ -5,6 +5,7 @@ import java.io.PrintStream;
 import java.io.UncheckedIOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.ArrayList;
 import java.util.EnumMap;
 import java.util.List;
 import java.util.Locale;
@@ -122,7 +123,7 @@ final class Account {
     }
 
     private static List<String> concat(List<String> a, String... b) {
-        List<String> all = new java.util.ArrayList<>(a);
+        List<String> all = new ArrayList<>(a);
         all.addAll(List.of(b));
         return all;
     }
@@ -148,22 +149,12 @@ final class Account {
         }
     }
 
-    static final class Line {
-        final Op op;
-        final int lookups;
-        final int calls;
-        final double lookupNs;
-        final double floorNs;
-        final double morlinNs;
+    /** One operation's account: its lookups and all its JNI calls, their prices, and morlin's time. */
+    record Line(Op op, int lookups, int calls, double lookupNs, double floorNs, double morlinNs) {
+    }
 
-        Line(Op op, int lookups, int calls, double lookupNs, double floorNs, double morlinNs) {
-            this.op = op;
-            this.lookups = lookups;
-            this.calls = calls;
-            this.lookupNs = lookupNs;
-            this.floorNs = floorNs;
-            this.morlinNs = morlinNs;
-        }
+    private static boolean lookup(String entry) {
+        return entry.equals("FindClass") || entry.equals("GetFieldID") || entry.equals("GetMethodID");
     }
 
     /** The account of every operation with counts and a morlin cell. */
@@ -172,7 +163,7 @@ final class Account {
         for (Results.Step step : results.steps) {
             steps.put(step.name(), step.ns());
         }
-        List<Line> lines = new java.util.ArrayList<>();
+        List<Line> lines = new ArrayList<>();
         for (Op op : results.ops()) {
             Map<String, Integer> counts = calls.get(op);
             Results.Cell c = results.cell(op, Results.C);
@@ -184,29 +175,26 @@ final class Account {
             int lookups = 0;
             int all = 0;
             double lookupNs = 0;
-            double floor = c.medianNs() + natives(op) * price(steps, "native-call");
+            double otherNs = 0;
             for (Map.Entry<String, Integer> e : counts.entrySet()) {
                 all += e.getValue();
                 if (sized(e.getKey())) {
                     continue;
                 }
-                // The lookups as the operation makes them, replayed in the
-                // rounds: one price for the class, field and method lookups.
-                boolean lookup = e.getKey().equals("FindClass") || e.getKey().equals("GetFieldID")
-                        || e.getKey().equals("GetMethodID");
-                double ns;
-                if (lookup && replayed != null) {
-                    ns = e.getKey().equals("FindClass") ? replayed.medianNs() : 0;
-                } else {
-                    ns = e.getValue() * price(steps, stepOf(e.getKey()));
-                }
-                floor += ns;
-                if (e.getKey().equals("FindClass") || e.getKey().equals("GetFieldID")
-                        || e.getKey().equals("GetMethodID")) {
+                double ns = e.getValue() * price(steps, stepOf(e.getKey()));
+                if (lookup(e.getKey())) {
                     lookups += e.getValue();
                     lookupNs += ns;
+                } else {
+                    otherNs += ns;
                 }
             }
+            // The lookups as the operation makes them, replayed in the rounds,
+            // where that was done; else at their single-step prices.
+            if (replayed != null) {
+                lookupNs = replayed.medianNs();
+            }
+            double floor = c.medianNs() + natives(op) * price(steps, "native-call") + lookupNs + otherNs;
             for (String step : bulk(op)) {
                 floor += price(steps, step);
             }
@@ -230,8 +218,9 @@ final class Account {
         out.printf(Locale.ROOT, format, "operation", "lookups", "calls", "lookups ns", "floor ns", "morlin ns",
                 "m/floor");
         for (Line l : lines) {
-            out.printf(Locale.ROOT, format, l.op, l.lookups, l.calls, Table.ns(l.lookupNs), Table.ns(l.floorNs),
-                    Table.ns(l.morlinNs), String.format(Locale.ROOT, "%.2f", l.morlinNs / l.floorNs));
+            out.printf(Locale.ROOT, format, l.op(), l.lookups(), l.calls(), Table.ns(l.lookupNs()),
+                    Table.ns(l.floorNs()), Table.ns(l.morlinNs()),
+                    String.format(Locale.ROOT, "%.2f", l.morlinNs() / l.floorNs()));
         }
     }
 }

@@ -23,17 +23,13 @@ import sun.security.pkcs11.wrapper.PKCS11Exception;
  * methods are all synchronized: that is the wrapper as the JDK hands it out
  * here, and its lock is timed with it.
  */
-final class JdkDriver extends Driver {
+final class JdkDriver extends JavaDriver<CK_MECHANISM> {
     private final PKCS11 p11;
     private final Fixture fixture;
     private final long session;
     private long keySession;
 
     private final Buffers buffers = new Buffers();
-    private final CK_MECHANISM ecb = new CK_MECHANISM(CK.CKM_AES_ECB);
-    private final CK_MECHANISM cbc = new CK_MECHANISM(CK.CKM_AES_CBC, new byte[16]);
-    private final CK_MECHANISM gcm =
-            new CK_MECHANISM(CK.CKM_AES_GCM, new CK_GCM_PARAMS(128, new byte[12], new byte[16]));
     private final CK_MECHANISM rsaPkcs = new CK_MECHANISM(CK.CKM_RSA_PKCS);
     private final CK_MECHANISM aesKeyGen = new CK_MECHANISM(CK.CKM_AES_KEY_GEN);
     // No values: the wrapper sizes and makes them on each call.
@@ -47,7 +43,9 @@ final class JdkDriver extends Driver {
     private final CK_ATTRIBUTE[] keyTemplate;
 
     JdkDriver(String modulePath, Fixture fixture) {
-        super("JDK");
+        super("JDK", new CK_MECHANISM(CK.CKM_AES_ECB),
+                new CK_MECHANISM(CK.CKM_AES_CBC, new byte[16]),
+                new CK_MECHANISM(CK.CKM_AES_GCM, new CK_GCM_PARAMS(128, new byte[12], new byte[16])));
         this.fixture = fixture;
         keyTemplate = new CK_ATTRIBUTE[] {
             new CK_ATTRIBUTE(CK.CKA_CLASS, CK.CKO_SECRET_KEY),
@@ -89,38 +87,7 @@ final class JdkDriver extends Driver {
     }
 
     @Override
-    long time(Op op, long n) {
-        try {
-            switch (op) {
-            case GetInfo:
-                return getInfo(n);
-            case GenerateRandom32:
-                return generateRandom(n);
-            case EncryptEcb16:
-            case EncryptEcb1K:
-            case EncryptEcb64K:
-                return encrypt(op, ecb, n);
-            case EncryptCbc16:
-                return encrypt(op, cbc, n);
-            case EncryptGcm1K:
-                return encrypt(op, gcm, n);
-            case SignRsa32:
-                return sign(n);
-            case GetAttributeValue4:
-                return getAttributeValue(n);
-            case FindObjects10:
-                return findObjects(n);
-            case GenerateKey6:
-                return generateKey(n);
-            default:
-                throw new AssertionError(op);
-            }
-        } catch (PKCS11Exception e) {
-            throw failure(op, e.getMessage());
-        }
-    }
-
-    private long getInfo(long n) throws PKCS11Exception {
+    long getInfo(long n) throws PKCS11Exception {
         CK_INFO info = null;
         long start = System.nanoTime();
         for (long i = 0; i < n; i++) {
@@ -131,7 +98,8 @@ final class JdkDriver extends Driver {
         return elapsed;
     }
 
-    private long generateRandom(long n) throws PKCS11Exception {
+    @Override
+    long generateRandom(long n) throws PKCS11Exception {
         long start = System.nanoTime();
         for (long i = 0; i < n; i++) {
             p11.C_GenerateRandom(session, buffers.random);
@@ -139,7 +107,8 @@ final class JdkDriver extends Driver {
         return System.nanoTime() - start;
     }
 
-    private long encrypt(Op op, CK_MECHANISM mechanism, long n) throws PKCS11Exception {
+    @Override
+    long encrypt(Op op, CK_MECHANISM mechanism, long n) throws PKCS11Exception {
         byte[] in = buffers.input(op);
         byte[] out = buffers.output(op);
         int length = 0;
@@ -153,7 +122,8 @@ final class JdkDriver extends Driver {
         return elapsed;
     }
 
-    private long sign(long n) throws PKCS11Exception {
+    @Override
+    long sign(long n) throws PKCS11Exception {
         byte[] signature = null;
         long start = System.nanoTime();
         for (long i = 0; i < n; i++) {
@@ -165,7 +135,8 @@ final class JdkDriver extends Driver {
         return elapsed;
     }
 
-    private long getAttributeValue(long n) throws PKCS11Exception {
+    @Override
+    long getAttributeValue(long n) throws PKCS11Exception {
         long start = System.nanoTime();
         for (long i = 0; i < n; i++) {
             p11.C_GetAttributeValue(session, fixture.aesKey(), keyAttributes);
@@ -180,7 +151,8 @@ final class JdkDriver extends Driver {
         return elapsed;
     }
 
-    private long findObjects(long n) throws PKCS11Exception {
+    @Override
+    long findObjects(long n) throws PKCS11Exception {
         long[] found = null;
         long start = System.nanoTime();
         for (long i = 0; i < n; i++) {
@@ -193,7 +165,8 @@ final class JdkDriver extends Driver {
         return elapsed;
     }
 
-    private long generateKey(long n) throws PKCS11Exception {
+    @Override
+    long generateKey(long n) throws PKCS11Exception {
         long key = CK.CK_INVALID_HANDLE;
         long start = System.nanoTime();
         for (long i = 0; i < n; i++) {

@@ -19,7 +19,7 @@ import kaltrix.morlin.params.CK_GCM_PARAMS;
  * is made beforehand, as an application that cares would; the {@link CK_RV}
  * of every call is checked.
  */
-final class MorlinDriver extends Driver {
+final class MorlinDriver extends JavaDriver<CK_MECHANISM> {
     private final Fixture fixture;
     private final CK_SESSION_HANDLE session;
     private CK_SESSION_HANDLE keySession;
@@ -30,10 +30,6 @@ final class MorlinDriver extends Driver {
     private final byte[] signature = new byte[Op.SIGNATURE];
     private final Buffers buffers = new Buffers();
     private final LongRef length = new LongRef();
-    private final CK_MECHANISM ecb = new CK_MECHANISM(CK.CKM_AES_ECB);
-    private final CK_MECHANISM cbc = new CK_MECHANISM(CK.CKM_AES_CBC, new byte[16]);
-    private final CK_MECHANISM gcm =
-            new CK_MECHANISM(CK.CKM_AES_GCM, new CK_GCM_PARAMS(new byte[12], new byte[16], 128));
     private final CK_MECHANISM rsaPkcs = new CK_MECHANISM(CK.CKM_RSA_PKCS);
     private final CK_MECHANISM aesKeyGen = new CK_MECHANISM(CK.CKM_AES_KEY_GEN);
     // Read targets: private Longs and Boolean that the call writes in place.
@@ -52,7 +48,9 @@ final class MorlinDriver extends Driver {
      * @param nullModule whether the module is the benchmark's null module
      */
     MorlinDriver(String label, byte[] pin, boolean nullModule) {
-        super("morlin");
+        super("morlin", new CK_MECHANISM(CK.CKM_AES_ECB),
+                new CK_MECHANISM(CK.CKM_AES_CBC, new byte[16]),
+                new CK_MECHANISM(CK.CKM_AES_GCM, new CK_GCM_PARAMS(new byte[12], new byte[16], 128)));
         MorlinSetup setup = new MorlinSetup(label, pin, nullModule);
         fixture = setup.fixture();
         session = setup.session();
@@ -88,41 +86,14 @@ final class MorlinDriver extends Driver {
         keySession = MorlinSetup.openSession(fixture.slot());
     }
 
-    @Override
-    long time(Op op, long n) {
-        switch (op) {
-        case GetInfo:
-            return getInfo(n);
-        case GenerateRandom32:
-            return generateRandom(n);
-        case EncryptEcb16:
-        case EncryptEcb1K:
-        case EncryptEcb64K:
-            return encrypt(op, ecb, n);
-        case EncryptCbc16:
-            return encrypt(op, cbc, n);
-        case EncryptGcm1K:
-            return encrypt(op, gcm, n);
-        case SignRsa32:
-            return sign(n);
-        case GetAttributeValue4:
-            return getAttributeValue(n);
-        case FindObjects10:
-            return findObjects(n);
-        case GenerateKey6:
-            return generateKey(n);
-        default:
-            throw new AssertionError(op);
-        }
-    }
-
     private void check(Op op, String call, CK_RV rv) {
         if (!rv.isOk()) {
             throw failure(op, call + " returned " + rv);
         }
     }
 
-    private long getInfo(long n) {
+    @Override
+    long getInfo(long n) {
         long start = System.nanoTime();
         for (long i = 0; i < n; i++) {
             check(Op.GetInfo, "C_GetInfo", Cryptoki.C_GetInfo(info));
@@ -132,7 +103,8 @@ final class MorlinDriver extends Driver {
         return elapsed;
     }
 
-    private long generateRandom(long n) {
+    @Override
+    long generateRandom(long n) {
         long start = System.nanoTime();
         for (long i = 0; i < n; i++) {
             check(Op.GenerateRandom32, "C_GenerateRandom",
@@ -141,7 +113,8 @@ final class MorlinDriver extends Driver {
         return System.nanoTime() - start;
     }
 
-    private long encrypt(Op op, CK_MECHANISM mechanism, long n) {
+    @Override
+    long encrypt(Op op, CK_MECHANISM mechanism, long n) {
         byte[] in = buffers.input(op);
         byte[] out = buffers.output(op);
         long start = System.nanoTime();
@@ -155,7 +128,8 @@ final class MorlinDriver extends Driver {
         return elapsed;
     }
 
-    private long sign(long n) {
+    @Override
+    long sign(long n) {
         long start = System.nanoTime();
         for (long i = 0; i < n; i++) {
             check(Op.SignRsa32, "C_SignInit", Cryptoki.C_SignInit(session, rsaPkcs, rsaKey));
@@ -168,7 +142,8 @@ final class MorlinDriver extends Driver {
         return elapsed;
     }
 
-    private long getAttributeValue(long n) {
+    @Override
+    long getAttributeValue(long n) {
         long start = System.nanoTime();
         for (long i = 0; i < n; i++) {
             check(Op.GetAttributeValue4, "C_GetAttributeValue",
@@ -182,7 +157,8 @@ final class MorlinDriver extends Driver {
         return elapsed;
     }
 
-    private long findObjects(long n) {
+    @Override
+    long findObjects(long n) {
         long start = System.nanoTime();
         for (long i = 0; i < n; i++) {
             check(Op.FindObjects10, "C_FindObjectsInit",
@@ -195,7 +171,8 @@ final class MorlinDriver extends Driver {
         return elapsed;
     }
 
-    private long generateKey(long n) {
+    @Override
+    long generateKey(long n) {
         newKey.m_value = CK.CK_INVALID_HANDLE;
         long start = System.nanoTime();
         for (long i = 0; i < n; i++) {

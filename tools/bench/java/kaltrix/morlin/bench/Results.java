@@ -102,8 +102,8 @@ final class Results {
             text.append("# account\tOP\tLOOKUPS\tCALLS\tLOOKUP_NS\tFLOOR_NS\tMORLIN_NS\n");
         }
         for (Account.Line a : account) {
-            line(text, "account", a.op.name(), Integer.toString(a.lookups), Integer.toString(a.calls),
-                    number(a.lookupNs), number(a.floorNs), number(a.morlinNs));
+            line(text, "account", a.op().name(), Integer.toString(a.lookups()), Integer.toString(a.calls()),
+                    number(a.lookupNs()), number(a.floorNs()), number(a.morlinNs()));
         }
         try {
             Files.createDirectories(dir);
