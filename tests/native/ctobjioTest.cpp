@@ -109,6 +109,11 @@ TEST_F(Ctobjio, ReadingAndWritingReportLengths) {
     CK_BYTE buffer[16] = {};
     ASSERT_EQ(CT_ReadObject(4, 5, buffer, sizeof buffer, nullptr), CKR_OK);
     EXPECT_EQ(Bytes(buffer, buffer + 11), text("hello world"));
+    // A token error before any length is known: its code, and no length.
+    fake::setDefault("C_GetAttributeValue", fake::Reply().returns(CKR_OBJECT_HANDLE_INVALID));
+    length = 99;
+    EXPECT_EQ(CT_ReadObject(4, 5, buffer, sizeof buffer, &length), CKR_OBJECT_HANDLE_INVALID);
+    EXPECT_EQ(length, 0u);
 
     CK_BYTE data[] = {1, 2, 3};
     CK_ULONG written = 0;

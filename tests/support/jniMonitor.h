@@ -36,7 +36,7 @@
 //   F  can fail with an exception; must not run with one pending
 //   S  safe to call with an exception pending; never fails
 //   N  neither fails nor may run with an exception pending
-// The classes follow the exceptions that the JNI specification lists for each
+// The classes follow the exceptions that JNI documents for each
 // function: IsInstanceOf and GetObjectClass, for instance, list none.
 // clang-format off
 #define MORLIN_TEST_JNI_ENTRIES(X) \
