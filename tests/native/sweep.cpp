@@ -77,9 +77,12 @@ bool CheckBalance(const SweepCase& c, const Run& r) {
         ADD_FAILURE() << name << " was called with a Java exception pending";
         ok = false;
     }
-    const bool kept =
-        r.jni.firedAt != 0 && c.keptBlocks != 0 && r.memory.blocks == c.keptBlocks && r.memory.bytes == c.keptBytes;
-    if ((!kept && (r.memory.blocks != 0 || r.memory.bytes != 0)) || r.memory.foreignFrees != 0 || r.memory.overflow) {
+    const bool faulted = r.jni.firedAt != 0;
+    const bool kept = (faulted || c.keptWithoutFault) && c.keptBlocks != 0 && r.memory.blocks == c.keptBlocks &&
+                      r.memory.bytes == c.keptBytes;
+    const bool mustKeep = !faulted && c.keptWithoutFault;
+    if ((!kept && (mustKeep || r.memory.blocks != 0 || r.memory.bytes != 0)) || r.memory.foreignFrees != 0 ||
+        r.memory.overflow) {
         ADD_FAILURE() << "allocations out of balance: " << r.memory.blocks << " blocks of " << r.memory.bytes
                       << " bytes kept, " << r.memory.foreignFrees << " blocks freed that the run did not take";
         ok = false;

@@ -464,6 +464,50 @@ std::vector<SweepCase> SweepTable::rows() {
     t.push_back(valueRow(NATIVE(CTUtil, CTU_1GetMechanismTypeValue), "CKM_AES_CBC"));
     t.push_back(valueRow(NATIVE(CTUtil, CTU_1GetObjectClassValue), "SECRET_KEY"));
     t.push_back(valueRow(NATIVE(CTUtil, CTU_1GetSessionStateValue), "Read Write User Functions"));
+
+    // ---- objects, attributes and curves of the utility library -----------------------
+    {
+        SweepCase c = row(NATIVE(CTUtil, CTU_1FindObject), [this] {
+            return std::make_tuple(session(1), wrapper(jn::kObjectClass, CKO_DATA), text("notes"), handle(0));
+        });
+        c.setup = [] { fake::setDefault("C_FindObjects", fake::Reply().ulongs({31})); };
+        c.reaches = "C_FindObjectsFinal";
+        c.checkClean = [this](const Result& r) { EXPECT_EQ(rvOf(r.object), CKR_OK); };
+        // The label's text, which the native never frees.
+        c.keptBlocks = 1;
+        c.keptBytes = 6;
+        c.keptWithoutFault = true;
+        t.push_back(c);
+    }
+    {
+        SweepCase c = row(NATIVE(CTUtil, CTU_1GetAttributeValue), [this] {
+            return std::make_tuple(session(1), handle(2), wrapper(jn::kAttributeType, CKA_VALUE), bytes(8), jlong{8},
+                                   longRef(0));
+        });
+        c.setup = [] { fake::setDefault("C_GetAttributeValue", fake::Reply().attribute(CKA_VALUE, {1, 2, 3, 4, 5})); };
+        // The length query, then the read.
+        c.checkClean = [this](const Result& r) {
+            EXPECT_EQ(rvOf(r.object), CKR_OK);
+            EXPECT_EQ(fake::count("C_GetAttributeValue"), 2u);
+        };
+        t.push_back(c);
+    }
+    {
+        SweepCase c = row(NATIVE(CTUtil, CTU_1SetAttributeValue), [this] {
+            return std::make_tuple(session(1), handle(2), wrapper(jn::kAttributeType, CKA_LABEL), text("name"),
+                                   jlong{4});
+        });
+        c.reaches = "C_SetAttributeValue";
+        c.checkClean = [this](const Result& r) { EXPECT_EQ(rvOf(r.object), CKR_OK); };
+        t.push_back(c);
+    }
+    {
+        SweepCase c = row(NATIVE(CTUtil, CTU_1DerEncodeNamedCurve),
+                          [this] { return std::make_tuple(text("P-256"), bytes(16), longRef(16)); });
+        c.checkClean = [this](const Result& r) { EXPECT_EQ(rvOf(r.object), CKR_OK); };
+        t.push_back(c);
+    }
+
     for (const char* name : {"UNAVAILABLE_INFORMATION", "MAX"}) {
         SweepCase c;
         c.name = std::string("Java_kaltrix_morlin_constants_CK_GetConstantValue of ") + name;

@@ -119,6 +119,33 @@ const PrescribedOrder kPrescribedOrders[] = {
       "[C"}},
 };
 
+// The calls that share one ExceptionCheck with the conversion before them:
+// the call may come with that conversion's exception pending when the
+// conversion's class was the last one looked up, and the call before it was
+// one with which the conversion can end.
+struct PrescribedCall {
+    const char* why;
+    Jni call;
+    const char* lastClass;
+    std::initializer_list<Jni> after;
+};
+
+const PrescribedCall kPrescribedCalls[] = {
+    {"the find by label reads the label's length straight after converting the object class",
+     Jni::GetArrayLength,
+     "kaltrix/morlin/constants/CK_OBJECT_CLASS",
+     {Jni::ExceptionCheck, Jni::GetLongField}},
+};
+
+bool PrescribedAfterConversion(Jni call, const std::string& lastClass, Jni previous) {
+    for (const PrescribedCall& p : kPrescribedCalls) {
+        if (p.call != call || lastClass != p.lastClass) continue;
+        for (Jni a : p.after)
+            if (a == previous) return true;
+    }
+    return false;
+}
+
 // Whether the class lookups of run, in order, open one of the prescribed
 // runs: a run counts only from its own first lookup, so that two classes
 // that happen to follow each other in some list do not excuse a lookup made
@@ -217,15 +244,15 @@ struct JniMonitor::Hooks {
         if (e == Jni::FindClass)
             m.tally_.lookups.push_back(std::string("C:") + (className != nullptr ? className : ""));
         const bool pending = checkJniMode() ? false : m.real_->ExceptionCheck(env);
-        bool prescribed = false;
+        bool inRun = false;
         if (pending && kClasses[index] != S) {
             // A lookup that goes on a run of lookups begun with nothing
             // pending, with no other call in between.
             if (e == Jni::FindClass && !m.run_.empty()) {
                 m.run_.push_back(className);
-                prescribed = Prescribed(m.run_);
+                inRun = Prescribed(m.run_);
             }
-            if (!prescribed) {
+            if (!inRun && !PrescribedAfterConversion(e, m.lastClass_, m.previous_)) {
                 m.tally_.violations.push_back(std::string(kNames[index]) + " called with an exception pending (call " +
                                               std::to_string(m.tally_.trace.size()) + ", after " +
                                               kNames[static_cast<int>(m.previous_)] + ")");
@@ -234,10 +261,11 @@ struct JniMonitor::Hooks {
         if (e == Jni::FindClass && !pending) {
             if (m.previous_ != Jni::FindClass) m.run_.clear();
             m.run_.push_back(className);
-        } else if (!prescribed) {
+        } else if (!inRun) {
             m.run_.clear();
         }
         m.previous_ = e;
+        if (e == Jni::FindClass) m.lastClass_ = className != nullptr ? className : "";
         if (kClasses[index] != F || m.paused_) return false;
         ++m.tally_.calls;
         m.tally_.counted.push_back(e);
@@ -397,6 +425,7 @@ void JniMonitor::reset() {
     entryCalls_ = 0;
     previous_ = Jni{};
     run_.clear();
+    lastClass_.clear();
 }
 
 Unpatched::Unpatched(JNIEnv* env) : env_(env), saved_(env->functions) {

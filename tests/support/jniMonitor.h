@@ -12,7 +12,8 @@
 //   - notes a violation if a Java exception is pending and the entry is not
 //     one that JNI allows then (ExceptionCheck, Release*, Delete*Ref, ...),
 //     unless the call order is one of the few that the bridge prescribes
-//     (runs of class lookups before one check, see jniMonitor.cpp);
+//     (runs of class lookups before one check, and a call that shares the
+//     check of the conversion before it, see jniMonitor.cpp);
 //   - counts it, if the entry can fail, and fails the chosen call the way a
 //     JVM fails it: the entry's failure value with a
 //     java.lang.IllegalStateException pending whose message names the call
@@ -166,10 +167,12 @@ private:
     int entryCalls_ = 0;
     bool paused_ = false;
     bool recordLookups_ = false;
-    // The call before this one, and the class lookups made back to back up
-    // to it, the first with nothing pending: the prescribed call orders.
+    // The call before this one, the class lookups made back to back up to
+    // it, the first with nothing pending, and the last class looked up: the
+    // prescribed call orders.
     Jni previous_{};
     std::vector<std::string> run_;
+    std::string lastClass_;
 };
 
 // Puts the thread's unmonitored table back for its lifetime, so that test
