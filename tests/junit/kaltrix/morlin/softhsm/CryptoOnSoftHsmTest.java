@@ -9,7 +9,6 @@ import static kaltrix.morlin.softhsm.SoftHsmToken.ok;
 import static kaltrix.morlin.softhsm.SoftHsmToken.openssl;
 
 import java.io.ByteArrayOutputStream;
-import java.math.BigInteger;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -26,53 +25,29 @@ import javax.crypto.SecretKey;
 import kaltrix.morlin.CK_ATTRIBUTE;
 import kaltrix.morlin.CK_MECHANISM;
 import kaltrix.morlin.CK_OBJECT_HANDLE;
-import kaltrix.morlin.CK_SESSION_HANDLE;
 import kaltrix.morlin.Cryptoki;
 import kaltrix.morlin.LongRef;
 import kaltrix.morlin.constants.CK;
 import kaltrix.morlin.constants.CK_RV;
-import kaltrix.morlin.constants.CK_USER_TYPE;
 import kaltrix.morlin.params.CK_AES_GCM_PARAMS;
 import kaltrix.morlin.params.CK_GCM_PARAMS;
-import org.junit.jupiter.api.AfterEach;
-import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
-import org.junit.jupiter.api.io.TempDir;
 
 /**
  * Ciphers, digests, signatures, MACs, key wrapping and random numbers on SoftHSM2, each checked by the
  * openssl command line (the GCM tag, for which it has no command, by the JDK). Keys are session objects.
  */
 @Tag("softhsm")
-class CryptoOnSoftHsmTest {
+class CryptoOnSoftHsmTest extends UserSessionTest {
     private static final HexFormat HEX = HexFormat.of();
-    /** DER OIDs: prime256v1 (as CKA_EC_PARAMS holds it), id-ecPublicKey, rsaEncryption. */
+    /** DER OIDs: prime256v1 (as CKA_EC_PARAMS holds it), rsaEncryption. */
     private static final byte[] P256 = HEX.parseHex("06082A8648CE3D030107");
-    private static final byte[] EC_PUBLIC_KEY = HEX.parseHex("06072A8648CE3D0201");
     private static final byte[] RSA_ENCRYPTION = HEX.parseHex("06092A864886F70D010101");
     /** The RSA public exponent 65537. */
     private static final byte[] F4 = {1, 0, 1};
     private static final SecureRandom RANDOM = new SecureRandom();
 
-    @TempDir
-    Path dir;
-    private CK_SESSION_HANDLE session;
-
-    @BeforeEach
-    void userSession() {
-        ok(Cryptoki.C_Initialize(null));
-        session = new CK_SESSION_HANDLE();
-        ok(Cryptoki.C_OpenSession(SoftHsmToken.slot(), CK.CKF_SERIAL_SESSION | CK.CKF_RW_SESSION, null, null,
-                session));
-        byte[] pin = SoftHsmToken.USER_PIN;
-        ok(Cryptoki.C_Login(session, new CK_USER_TYPE(CK.CKU_USER), pin, pin.length));
-    }
-
-    @AfterEach
-    void finalizeLibrary() {
-        Cryptoki.C_Finalize(null);
-    }
 
     /** CBC with a key of known bytes, CBC_PAD with a generated one; single-part, then in uneven parts. */
     @Test
@@ -131,7 +106,7 @@ class CryptoOnSoftHsmTest {
                 HEX.formatHex(iv) + "00000002"), Arrays.copyOf(sealed, 50));
         // GCMParameters: SEQUENCE { OCTET STRING nonce, INTEGER tag length in bytes }.
         AlgorithmParameters gcm = AlgorithmParameters.getInstance("GCM");
-        gcm.init(der(0x30, der(0x04, iv), der(0x02, new byte[] {12})));
+        gcm.init(Der.element(0x30, Der.element(0x04, iv), Der.element(0x02, new byte[] {12})));
         Cipher jdk = Cipher.getInstance("AES/GCM/NoPadding");
         jdk.init(Cipher.ENCRYPT_MODE, jdkKey, gcm);
         jdk.updateAAD(aad);
@@ -157,7 +132,7 @@ class CryptoOnSoftHsmTest {
         ok(Cryptoki.C_DigestUpdate(session, head, 400));
         ok(Cryptoki.C_DigestKey(session, key));
         ok(Cryptoki.C_DigestUpdate(session, tail, 600));
-        assertArrayEquals(openssl(concat(head, value, tail), "dgst", "-sha256", "-binary"),
+        assertArrayEquals(openssl(Der.concat(head, value, tail), "dgst", "-sha256", "-binary"),
                 sized((out, len) -> Cryptoki.C_DigestFinal(session, out, len)));
         CK_MECHANISM hmac = new CK_MECHANISM(CK.CKM_SHA256_HMAC);
         ok(Cryptoki.C_SignInit(session, hmac, key));
@@ -186,8 +161,8 @@ class CryptoOnSoftHsmTest {
         byte[] signature = sized((out, len) -> Cryptoki.C_Sign(session, data, data.length, out, len));
         byte[] modulus = bytes(rsa[0], CK.CKA_MODULUS);
         byte[] exponent = bytes(rsa[0], CK.CKA_PUBLIC_EXPONENT);
-        assertOpenSslVerifies(der(0x30, der(0x30, RSA_ENCRYPTION, der(0x05)),
-                der(0x03, new byte[1], der(0x30, derInteger(modulus), derInteger(exponent)))), data, signature);
+        assertOpenSslVerifies(Der.element(0x30, Der.element(0x30, RSA_ENCRYPTION, Der.element(0x05)),
+                Der.element(0x03, new byte[1], Der.element(0x30, Der.integer(modulus), Der.integer(exponent)))), data, signature);
         assertTokenVerifiesOnlyUnchanged(sha256Rsa, rsa[0], data, signature);
         CK_ATTRIBUTE[] ecPublic = {new CK_ATTRIBUTE(CK.CKA_TOKEN, false), new CK_ATTRIBUTE(CK.CKA_VERIFY, true),
             new CK_ATTRIBUTE(CK.CKA_EC_PARAMS, P256)};
@@ -202,9 +177,8 @@ class CryptoOnSoftHsmTest {
         // CKA_EC_POINT: the uncompressed point (04 X Y, 65 bytes) in a DER OCTET STRING.
         byte[] point = bytes(ec[0], CK.CKA_EC_POINT);
         assertArrayEquals(new byte[] {0x04, 0x41, 0x04}, Arrays.copyOf(point, 3));
-        assertOpenSslVerifies(der(0x30, der(0x30, EC_PUBLIC_KEY, P256), der(0x03, new byte[1],
-                Arrays.copyOfRange(point, 2, point.length))), data, der(0x30, derInteger(Arrays.copyOf(rs, 32)),
-                derInteger(Arrays.copyOfRange(rs, 32, rs.length))));
+        assertOpenSslVerifies(Der.ecPublicKey(P256, Arrays.copyOfRange(point, 2, point.length)), data,
+                Der.ecdsaSignature(rs));
         assertTokenVerifiesOnlyUnchanged(ecdsa, ec[0], digest, rs);
     }
 
@@ -309,27 +283,6 @@ class CryptoOnSoftHsmTest {
         CK_ATTRIBUTE[] attribute = {CK_ATTRIBUTE.readBytes(type, 300)};
         ok(Cryptoki.C_GetAttributeValue(session, object, attribute, 1));
         return attribute[0].bytes();
-    }
-
-    /** A DER element: tag, definite length (below 64 KiB), the parts one after another. */
-    private static byte[] der(int tag, byte[]... parts) {
-        byte[] body = concat(parts);
-        int n = body.length;
-        byte[] head = n < 0x80 ? new byte[] {(byte) tag, (byte) n} : n < 0x100
-                ? new byte[] {(byte) tag, (byte) 0x81, (byte) n} : new byte[] {(byte) tag, (byte) 0x82,
-                    (byte) (n >> 8), (byte) n};
-        return concat(head, body);
-    }
-
-    /** An unsigned big-endian number as a DER INTEGER. */
-    private static byte[] derInteger(byte[] unsigned) {
-        return der(0x02, new BigInteger(1, unsigned).toByteArray());
-    }
-
-    private static byte[] concat(byte[]... parts) {
-        ByteArrayOutputStream out = new ByteArrayOutputStream();
-        Arrays.stream(parts).forEach(out::writeBytes);
-        return out.toByteArray();
     }
 
     private static byte[] random(int length) {

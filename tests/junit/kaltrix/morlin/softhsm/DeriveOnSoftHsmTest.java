@@ -6,7 +6,6 @@ import static org.junit.jupiter.api.Assertions.assertNotEquals;
 import static kaltrix.morlin.softhsm.SoftHsmToken.ok;
 import static kaltrix.morlin.softhsm.SoftHsmToken.openssl;
 
-import java.io.ByteArrayOutputStream;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.security.SecureRandom;
@@ -17,29 +16,23 @@ import java.util.List;
 import kaltrix.morlin.CK_ATTRIBUTE;
 import kaltrix.morlin.CK_MECHANISM;
 import kaltrix.morlin.CK_OBJECT_HANDLE;
-import kaltrix.morlin.CK_SESSION_HANDLE;
 import kaltrix.morlin.Cryptoki;
 import kaltrix.morlin.constants.CK;
 import kaltrix.morlin.constants.CK_RV;
-import kaltrix.morlin.constants.CK_USER_TYPE;
 import kaltrix.morlin.params.CK_ECDH1_DERIVE_PARAMS;
 import kaltrix.morlin.params.CK_KEY_DERIVATION_STRING_DATA;
-import org.junit.jupiter.api.AfterEach;
-import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
-import org.junit.jupiter.api.io.TempDir;
 
 /**
  * Key derivation on SoftHSM2, checked by the openssl command line: ECDH on P-256 against a peer key that openssl
  * makes, and AES-ECB encryption of string data. Keys are session objects; derived secrets are extractable.
  */
 @Tag("softhsm")
-class DeriveOnSoftHsmTest {
+class DeriveOnSoftHsmTest extends UserSessionTest {
     private static final HexFormat HEX = HexFormat.of();
-    /** DER OIDs: prime256v1 (as CKA_EC_PARAMS holds it) and id-ecPublicKey. */
+    /** prime256v1 as CKA_EC_PARAMS holds it. */
     private static final byte[] P256 = HEX.parseHex("06082A8648CE3D030107");
-    private static final byte[] EC_PUBLIC_KEY = HEX.parseHex("06072A8648CE3D0201");
     /**
      * The standard CKD_SHA256_KDF (ANSI X9.63 with SHA-256). CK.CKD_SHA256_KDF is the token library's own number for
      * it, which SoftHSM2 doesn't know.
@@ -47,24 +40,6 @@ class DeriveOnSoftHsmTest {
     private static final long STANDARD_SHA256_KDF = 6;
     private static final SecureRandom RANDOM = new SecureRandom();
 
-    @TempDir
-    Path dir;
-    private CK_SESSION_HANDLE session;
-
-    @BeforeEach
-    void userSession() {
-        ok(Cryptoki.C_Initialize(null));
-        session = new CK_SESSION_HANDLE();
-        ok(Cryptoki.C_OpenSession(SoftHsmToken.slot(), CK.CKF_SERIAL_SESSION | CK.CKF_RW_SESSION, null, null,
-                session));
-        byte[] pin = SoftHsmToken.USER_PIN;
-        ok(Cryptoki.C_Login(session, new CK_USER_TYPE(CK.CKU_USER), pin, pin.length));
-    }
-
-    @AfterEach
-    void finalizeLibrary() {
-        Cryptoki.C_Finalize(null);
-    }
 
     /**
      * The token's private key and the peer's point give the secret that {@code openssl pkeyutl -derive} computes from
@@ -81,8 +56,7 @@ class DeriveOnSoftHsmTest {
                 privateTemplate, 2, ec[0], ec[1]));
         // CKA_EC_POINT: the uncompressed point (04 X Y, 65 bytes) in a DER OCTET STRING.
         byte[] point = Arrays.copyOfRange(bytes(ec[0], CK.CKA_EC_POINT), 2, 67);
-        Path tokenKey = Files.write(dir.resolve("token.der"), der(0x30, der(0x30, EC_PUBLIC_KEY, P256),
-                der(0x03, new byte[1], point)));
+        Path tokenKey = Files.write(dir.resolve("token.der"), Der.ecPublicKey(P256, point));
         Path peer = dir.resolve("peer.pem");
         openssl(new byte[0], "genpkey", "-algorithm", "EC", "-pkeyopt", "ec_paramgen_curve:P-256", "-out",
                 peer.toString());
@@ -156,18 +130,6 @@ class DeriveOnSoftHsmTest {
         CK_ATTRIBUTE[] attribute = {CK_ATTRIBUTE.readBytes(type, 300)};
         ok(Cryptoki.C_GetAttributeValue(session, object, attribute, 1));
         return attribute[0].bytes();
-    }
-
-    /** A DER element with a short-form length: tag, length, the parts one after another. */
-    private static byte[] der(int tag, byte[]... parts) {
-        ByteArrayOutputStream out = new ByteArrayOutputStream();
-        Arrays.stream(parts).forEach(out::writeBytes);
-        byte[] body = out.toByteArray();
-        ByteArrayOutputStream element = new ByteArrayOutputStream();
-        element.write(tag);
-        element.write(body.length);
-        element.writeBytes(body);
-        return element.toByteArray();
     }
 
     private static byte[] random(int length) {

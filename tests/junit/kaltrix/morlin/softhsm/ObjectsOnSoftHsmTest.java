@@ -39,8 +39,6 @@ import kaltrix.morlin.constants.CK_RSA_PKCS_OAEP_SOURCE_TYPE;
 import kaltrix.morlin.constants.CK_RV;
 import kaltrix.morlin.constants.CK_STATE;
 import kaltrix.morlin.constants.CK_USER_TYPE;
-import org.junit.jupiter.api.AfterEach;
-import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
 
@@ -50,29 +48,13 @@ import org.junit.jupiter.api.Test;
  * destruction. Everything made is a session object, gone at C_Finalize.
  */
 @Tag("softhsm")
-class ObjectsOnSoftHsmTest {
+class ObjectsOnSoftHsmTest extends UserSessionTest {
     /** CKA_ALLOWED_MECHANISMS, which the constants of this binding do not name. */
     private static final long CKA_ALLOWED_MECHANISMS = 0x40000600L;
     /** The DER OID of prime256v1 (P-256), as CKA_EC_PARAMS holds it. */
     private static final byte[] P256 = {0x06, 0x08, 0x2A, (byte) 0x86, 0x48, (byte) 0xCE, 0x3D, 0x03, 0x01, 0x07};
     private static final SecureRandom RANDOM = new SecureRandom();
 
-    private CK_SESSION_HANDLE session;
-
-    @BeforeEach
-    void userSession() {
-        assertEquals(CK.CKR_OK, Cryptoki.C_Initialize(null).m_value);
-        session = new CK_SESSION_HANDLE();
-        assertEquals(CK.CKR_OK, Cryptoki.C_OpenSession(SoftHsmToken.slot(),
-                CK.CKF_SERIAL_SESSION | CK.CKF_RW_SESSION, null, null, session).m_value);
-        byte[] pin = SoftHsmToken.USER_PIN;
-        assertEquals(CK.CKR_OK, Cryptoki.C_Login(session, new CK_USER_TYPE(CK.CKU_USER), pin, pin.length).m_value);
-    }
-
-    @AfterEach
-    void finalizeLibrary() {
-        Cryptoki.C_Finalize(null);
-    }
 
     @Test
     void dataObjectsFromStringCharAndByteValues() {

@@ -22,19 +22,15 @@ import java.util.regex.Pattern;
 import kaltrix.morlin.CK_ATTRIBUTE;
 import kaltrix.morlin.CK_MECHANISM;
 import kaltrix.morlin.CK_OBJECT_HANDLE;
-import kaltrix.morlin.CK_SESSION_HANDLE;
 import kaltrix.morlin.Cryptoki;
 import kaltrix.morlin.LongRef;
 import kaltrix.morlin.constants.CK;
 import kaltrix.morlin.constants.CK_RV;
-import kaltrix.morlin.constants.CK_USER_TYPE;
 import kaltrix.morlin.params.CK_RSA_PKCS_OAEP_PARAMS;
 import kaltrix.morlin.params.CK_RSA_PKCS_PSS_PARAMS;
-import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
-import org.junit.jupiter.api.io.TempDir;
 
 /**
  * RSA-OAEP and RSA-PSS parameters on SoftHSM2 against the openssl command line, with a key pair that openssl
@@ -42,7 +38,7 @@ import org.junit.jupiter.api.io.TempDir;
  * round.
  */
 @Tag("softhsm")
-class RsaOnSoftHsmTest {
+class RsaOnSoftHsmTest extends UserSessionTest {
     private static final HexFormat HEX = HexFormat.of();
     private static final SecureRandom RANDOM = new SecureRandom();
     /** CK_RSA_PKCS_MGF_TYPE and CK_RSA_PKCS_OAEP_SOURCE_TYPE values, which class CK does not name. */
@@ -50,9 +46,6 @@ class RsaOnSoftHsmTest {
     private static final long CKG_MGF1_SHA256 = 2;
     private static final long CKZ_DATA_SPECIFIED = 1;
 
-    @TempDir
-    Path dir;
-    private CK_SESSION_HANDLE session;
     private Path privatePem;
     private Path publicPem;
     private CK_OBJECT_HANDLE publicKey;
@@ -60,12 +53,6 @@ class RsaOnSoftHsmTest {
 
     @BeforeEach
     void keyPairFromOpenSsl() throws Exception {
-        ok(Cryptoki.C_Initialize(null));
-        session = new CK_SESSION_HANDLE();
-        ok(Cryptoki.C_OpenSession(SoftHsmToken.slot(), CK.CKF_SERIAL_SESSION | CK.CKF_RW_SESSION, null, null,
-                session));
-        byte[] pin = SoftHsmToken.USER_PIN;
-        ok(Cryptoki.C_Login(session, new CK_USER_TYPE(CK.CKU_USER), pin, pin.length));
         privatePem = dir.resolve("private.pem");
         publicPem = dir.resolve("public.pem");
         openssl(new byte[0], "genpkey", "-quiet", "-algorithm", "RSA", "-pkeyopt", "rsa_keygen_bits:2048", "-out",
@@ -83,11 +70,6 @@ class RsaOnSoftHsmTest {
                 new CK_ATTRIBUTE(CK.CKA_EXPONENT_1, n.get("exponent1")),
                 new CK_ATTRIBUTE(CK.CKA_EXPONENT_2, n.get("exponent2")),
                 new CK_ATTRIBUTE(CK.CKA_COEFFICIENT, n.get("coefficient")));
-    }
-
-    @AfterEach
-    void finalizeLibrary() {
-        Cryptoki.C_Finalize(null);
     }
 
     /**

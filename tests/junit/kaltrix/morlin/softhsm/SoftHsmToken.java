@@ -8,10 +8,13 @@ import java.nio.charset.StandardCharsets;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
+import kaltrix.morlin.CK_SESSION_HANDLE;
 import kaltrix.morlin.CK_TOKEN_INFO;
 import kaltrix.morlin.Cryptoki;
 import kaltrix.morlin.LongRef;
+import kaltrix.morlin.constants.CK;
 import kaltrix.morlin.constants.CK_RV;
+import kaltrix.morlin.constants.CK_USER_TYPE;
 
 /**
  * The token that the test run provisioned (tools/provision-token.sh), as the
@@ -80,6 +83,15 @@ final class SoftHsmToken {
         byte[] output = process.getInputStream().readAllBytes();
         assertEquals(0, process.waitFor(), () -> String.join(" ", command));
         return output;
+    }
+
+    /** Initialises the library and opens a read-write session on the token, logged in as its user. */
+    static CK_SESSION_HANDLE userSession() {
+        ok(Cryptoki.C_Initialize(null));
+        CK_SESSION_HANDLE session = new CK_SESSION_HANDLE();
+        ok(Cryptoki.C_OpenSession(slot(), CK.CKF_SERIAL_SESSION | CK.CKF_RW_SESSION, null, null, session));
+        ok(Cryptoki.C_Login(session, new CK_USER_TYPE(CK.CKU_USER), USER_PIN, USER_PIN.length));
+        return session;
     }
 
     /** The slot of the provisioned token. */
