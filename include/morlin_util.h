@@ -245,6 +245,84 @@ CK_RV CT_WriteObject(CK_SESSION_HANDLE hSession, CK_OBJECT_HANDLE hObject, CK_VO
  * its type, sort by it too. */
 int compMech(const void* a, const void* b);
 
+/* A set that stands for a token object grows to at most this many rows and
+ * one more: writes are refused while count is above it. */
+#define ATTRIBUTE_SET_LIMIT 1000UL
+/* Every value a set drops is overwritten with this byte over its whole
+ * length before its block is freed. */
+#define ATTRIBUTE_FILL_BYTE 0xAA
+
+/* CKA_CLASS and CKA_KEY_TYPE into two 8-byte places, cleared first and
+ * filled with at most 8 bytes of the value. No class row, or no key type
+ * row (the class is then written): CKR_KEY_HANDLE_INVALID. */
+CK_RV GetObjectClassAndKeyType(const AttributeSet* set, CK_ULONG_PTR pClass, CK_ULONG_PTR pKeyType);
+/* 1 if the set has a row of the type: the buffer is cleared, filled with as
+ * much of the value as fits, and the full length goes to *pValueLen (if not
+ * null). 0, touching nothing, otherwise. */
+int ReadAttr(CK_VOID_PTR pBuffer, CK_ULONG bufferLen, CK_ULONG_PTR pValueLen, CK_ATTRIBUTE_TYPE type,
+             const AttributeSet* set);
+/* Shorter first (-1 or 1), then memcmp of equal lengths. */
+int attrcmpbuf(const CK_ATTRIBUTE* pAttr, const void* pBuffer, CK_ULONG len);
+int attrcmp(const CK_ATTRIBUTE* pAttrA, const CK_ATTRIBUTE* pAttrB);
+/* Stores a copy of the value under the type with no rule: the row that
+ * FindAttr finds is refilled, else a row is appended. CKR_HOST_MEMORY for a
+ * null set, a set over the limit, or a failed allocation. */
+CK_RV WriteAttr(const void* value, CK_ULONG len, CK_ATTRIBUTE_TYPE type, AttributeSet* set);
+/* WriteAttr under the edit rule of an object's attributes: a value that may
+ * not change once set must be given again exactly (CKR_ATTRIBUTE_READ_ONLY
+ * otherwise, the set unchanged). AddAttr also keeps CKA_TOKEN, CKA_PRIVATE
+ * and CKA_MODIFIABLE. */
+CK_RV CopyAttr(const void* value, CK_ULONG len, CK_ATTRIBUTE_TYPE type, AttributeSet* set);
+CK_RV AddAttr(const void* value, CK_ULONG len, CK_ATTRIBUTE_TYPE type, AttributeSet* set);
+/* Removes the row of the type; the last row moves into its place.
+ * CKR_ATTRIBUTE_TYPE_INVALID if there is none, CKR_HOST_MEMORY for a null
+ * set. */
+CK_RV DelAttr(CK_ATTRIBUTE_TYPE type, AttributeSet* set);
+
+/* ---- attribute copying and matching (attrutil) --------------------------------- */
+
+/* The source's value into the destination's own buffer, whose ulValueLen
+ * is its size. A null value on either side only sets the length (a length
+ * query). A number is converted to the destination's width (1, 2, 4 or 8;
+ * another width gives CKR_GENERAL_ERROR), which stays; anything else is
+ * copied and the length set. Too small: CKR_BUFFER_TOO_SMALL. Rows of two
+ * types: CKR_DATA_INVALID. */
+CK_RV at_assign(CK_ATTRIBUTE_PTR pDst, const CK_ATTRIBUTE* pSrc);
+/* count rows pairwise: each destination takes the source's type (a
+ * destination of type FIND_ANY_ATTRIBUTE takes any, the check value's two
+ * numbers stand for each other) and its value. A pair of other types stops
+ * the walk with CKR_ATTRIBUTE_TYPE_INVALID; otherwise the result is that of
+ * the last row alone. */
+CK_RV TransferAttr(CK_ATTRIBUTE_PTR pDstRows, const CK_ATTRIBUTE* pSrcRows, CK_ULONG count);
+/* A new set with deep copies of the rows (CKA_CHECK_VALUE_DEPRECATED stored
+ * as CKA_CHECK_VALUE), or null when memory runs out. */
+AttributeSet* DupAttributes(const CK_ATTRIBUTE* pAttributes, CK_ULONG count);
+AttributeSet* DupAttributeSet(const AttributeSet* set);
+/* WriteAttr of the source's row of the type into the destination, if there
+ * is one; the destination's row of the type, or null. */
+CK_ATTRIBUTE* CopyAttribute(CK_ATTRIBUTE_TYPE type, AttributeSet* pDstSet, const AttributeSet* pSrcSet);
+/* 1 if every row of the needle is in the haystack with an equal value (a
+ * CKA_LABEL also with or without a terminating NUL), else 0. */
+int MatchAttributeSet(const AttributeSet* pNeedle, const AttributeSet* pHaystack);
+
+/* ---- attribute sets (attrset) ------------------------------------------------ */
+
+/* A new set of count zeroed rows, or null. */
+AttributeSet* NewAttributeSet(CK_ULONG count);
+/* Release with every value overwritten first; FreeAttributesNoClear does not
+ * overwrite. Null does nothing. */
+void FreeAttributeSet(AttributeSet* set);
+void FreeAttributes(CK_ATTRIBUTE_PTR pAttributes, CK_ULONG count);
+void FreeAttributesNoClear(CK_ATTRIBUTE_PTR pAttributes, CK_ULONG count);
+/* A new set, sorted by type: a copy of the base with the rows of pAdd laid
+ * over it under CopyAttr's rule. A value that may not change and differs
+ * gives CKR_TEMPLATE_INCONSISTENT; on any failure *pResult is null. */
+CK_RV AddAttributeSets(AttributeSet** pResult, const AttributeSet* pAdd, const AttributeSet* pBase);
+/* Appends the rows of pSrc whose type pDst lacks, in order; rows pDst has
+ * stay as they are. CKR_ATTRIBUTE_READ_ONLY if pDst's CKA_MODIFIABLE is
+ * false. */
+CK_RV ConcatAttributeSets(AttributeSet* pDst, const AttributeSet* pSrc);
+
 #ifdef __cplusplus
 }
 #endif

@@ -7,7 +7,8 @@
 // so that every such call of their own objects (the bridge's among them)
 // passes through here, while the JVM, the fake token library and the C++
 // library, which are shared objects, allocate past it. Sizes are those the
-// caller asked for.
+// caller asked for. A watch can also show a test each block as it is freed,
+// and fail a chosen allocation.
 #ifndef MORLIN_TEST_ALLOCATIONS_H
 #define MORLIN_TEST_ALLOCATIONS_H
 
@@ -30,6 +31,17 @@ public:
     AllocationWatch& operator=(const AllocationWatch&) = delete;
 
     AllocationTally tally() const;
+
+    // Calls hook with every block of the watch that is given back through
+    // free, before the allocator has it again: a test can see what the code
+    // left in memory it dropped.
+    using FreeHook = void (*)(const void* block, size_t size, void* context);
+    void onFree(FreeHook hook, void* context);
+    // The n-th allocation from now (1 for the next; 0: none) fails as the C
+    // allocator fails, returning null; realloc then leaves its block alone.
+    void failAllocation(int n);
+    // Allocations asked for since the watch began, failed ones included.
+    int allocations() const;
 };
 
 }  // namespace morlin_test
