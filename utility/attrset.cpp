@@ -58,6 +58,7 @@ void FreeAttributesNoClear(CK_ATTRIBUTE_PTR pAttributes, CK_ULONG count) {
 // All or nothing: on any failure the half-made set is released (its values
 // filled) and *pResult is null.
 CK_RV AddAttributeSets(AttributeSet** pResult, const AttributeSet* pAdd, const AttributeSet* pBase) {
+    if (pResult != nullptr) *pResult = nullptr;
     if (pAdd == nullptr || pBase == nullptr) return CKR_HOST_MEMORY;
     if (pResult == nullptr) return CKR_ARGUMENTS_BAD;
     AttributeSet* result = DupAttributeSet(pBase);

@@ -61,6 +61,8 @@ public:
         return it != blocks_.end() && it->second;
     }
     bool freed(const void* block) const { return blocks_.count(block) != 0; }
+    // Forgets what was freed so far: the allocator hands the same addresses out again.
+    void forget() { blocks_.clear(); }
     AllocationWatch& watch() { return watch_; }
 
 private:
@@ -291,7 +293,9 @@ TEST(AddAttributeSetsTest, LaysTheAddedRowsOverACopySortedByType) {
     result = base;
     EXPECT_EQ(AddAttributeSets(&result, clash, base), CKR_TEMPLATE_INCONSISTENT);
     EXPECT_EQ(result, nullptr);
+    result = base;
     EXPECT_EQ(AddAttributeSets(&result, nullptr, base), CKR_HOST_MEMORY);
+    EXPECT_EQ(result, nullptr);
     for (AttributeSet* s : {base, add, clash}) FreeAttributeSet(s);
 }
 
@@ -335,6 +339,7 @@ TEST(AttributeMemoryTest, EveryDroppedValueIsFilledFirst) {
     EXPECT_FALSE(freed.filled(value));
     EXPECT_TRUE(freed.freed(rows));
 
+    freed.forget();
     rows = static_cast<CK_ATTRIBUTE*>(calloc(1, sizeof(CK_ATTRIBUTE)));
     value = rows[0].pValue = calloc(4, 1);
     rows[0].ulValueLen = 4;
