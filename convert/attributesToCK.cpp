@@ -3,6 +3,7 @@
 // belongs to the template, which freeCKAttributeArray gives back.
 #include <cstdlib>
 #include <iterator>
+#include <type_traits>
 
 #include "morlin/attributes.h"
 #include "morlin/jutil.h"
@@ -55,67 +56,67 @@ void Date(JNIEnv* env, jobject o, CK_VOID_PTR* p, CK_ULONG* n) {
 
 constexpr size_t kClasses = std::size(jn::kValueClasses);
 
-struct Row {
-    size_t lookup;  // index into jn::kValueClasses
-    Convert convert;
+// The conversion of each class, in the order of jn::kValueClasses; the
+// classes are tested in the order of jn::kValueTestOrder, the first hit
+// deciding. int[] goes down the long[] route as it stands: its length from
+// the array and its contents read as longs, with no widening. Both report
+// the element count, not bytes; only CKA_MECHANISM_LIST and a numeric type
+// with valueLen 4 keep that count. Character looks up a class of its own
+// that does not exist, and always fails.
+constexpr Convert kConvert[] = {
+    Routed<CK_BYTE, jbyteArray, jByteArrayToCKByteArray>,
+    Boxed<CK_ULONG, jLongObjectToCKULongPtr>,
+    Wrapped<CK_BBOOL, jBBoolToCKBBool>,
+    Date,
+    Wrapped<CK_ULONG, jObjectHandleToCKObjectHandle>,
+    Wrapped<CK_ULONG, jSessionHandleToCKSessionHandle>,
+    Wrapped<CK_ULONG, jAttributeTypeToCKAttributeType>,
+    Wrapped<CK_ULONG, jCertificateTypeToCKCertificateType>,
+    Wrapped<CK_ULONG, jHWFeatureTypeToCKHWFeatureType>,
+    Wrapped<CK_ULONG, jKeyTypeToCKKeyType>,
+    Wrapped<CK_ULONG, jMechanismTypeToCKMechanismType>,
+    Routed<CK_ULONG, jobjectArray, jMechanismTypeArrayToCKMechanismTypeArray>,
+    Wrapped<CK_ULONG, jObjectClassToCKObjectClass>,
+    Wrapped<CK_ULONG, jRsaPkcsOaepSourceTypeToCKRsaPkcsOaepSourceType>,
+    Wrapped<CK_ULONG, jRVToCKRV>,
+    Wrapped<CK_ULONG, jStateToCKState>,
+    Wrapped<CK_ULONG, jUserTypeToCKUserType>,
+    Boxed<CK_BBOOL, jBooleanObjectToCKBBoolPtr>,
+    Routed<CK_ULONG, jlongArray, jLongArrayToCKULongArray>,
+    Routed<CK_CHAR, jstring, jStringToCKCharArray>,
+    Boxed<CK_ULONG, jIntegerObjectToCKULongPtr>,
+    Routed<CK_ULONG, jlongArray, jLongArrayToCKULongArray>,
+    Routed<CK_BBOOL, jbooleanArray, jBooleanArrayToCKBBoolArray>,
+    Routed<CK_CHAR, jcharArray, jCharArrayToCKCharArray>,
+    Boxed<CK_BYTE, jByteObjectToCKBytePtr>,
+    Boxed<CK_CHAR, jCharObjectToCKCharPtr>,
 };
-
-// Tested in this order, the first hit deciding. It differs from the lookup
-// order in one place: the mechanism-type array is tested before the
-// mechanism type. int[] goes down the long[] route as it stands: its length
-// from the array and its contents read as longs, with no widening. Both
-// report the element count, not bytes; only CKA_MECHANISM_LIST and a
-// numeric type with valueLen 4 keep that count. Character looks up a class
-// of its own that does not exist, and always fails.
-constexpr Row kRows[] = {
-    {0, Routed<CK_BYTE, jbyteArray, jByteArrayToCKByteArray>},
-    {1, Boxed<CK_ULONG, jLongObjectToCKULongPtr>},
-    {2, Wrapped<CK_BBOOL, jBBoolToCKBBool>},
-    {3, Date},
-    {4, Wrapped<CK_ULONG, jObjectHandleToCKObjectHandle>},
-    {5, Wrapped<CK_ULONG, jSessionHandleToCKSessionHandle>},
-    {6, Wrapped<CK_ULONG, jAttributeTypeToCKAttributeType>},
-    {7, Wrapped<CK_ULONG, jCertificateTypeToCKCertificateType>},
-    {8, Wrapped<CK_ULONG, jHWFeatureTypeToCKHWFeatureType>},
-    {9, Wrapped<CK_ULONG, jKeyTypeToCKKeyType>},
-    {11, Routed<CK_ULONG, jobjectArray, jMechanismTypeArrayToCKMechanismTypeArray>},
-    {10, Wrapped<CK_ULONG, jMechanismTypeToCKMechanismType>},
-    {12, Wrapped<CK_ULONG, jObjectClassToCKObjectClass>},
-    {13, Wrapped<CK_ULONG, jRsaPkcsOaepSourceTypeToCKRsaPkcsOaepSourceType>},
-    {14, Wrapped<CK_ULONG, jRVToCKRV>},
-    {15, Wrapped<CK_ULONG, jStateToCKState>},
-    {16, Wrapped<CK_ULONG, jUserTypeToCKUserType>},
-    {17, Boxed<CK_BBOOL, jBooleanObjectToCKBBoolPtr>},
-    {18, Routed<CK_ULONG, jlongArray, jLongArrayToCKULongArray>},
-    {19, Routed<CK_CHAR, jstring, jStringToCKCharArray>},
-    {20, Boxed<CK_ULONG, jIntegerObjectToCKULongPtr>},
-    {21, Routed<CK_ULONG, jlongArray, jLongArrayToCKULongArray>},
-    {22, Routed<CK_BBOOL, jbooleanArray, jBooleanArrayToCKBBoolArray>},
-    {23, Routed<CK_CHAR, jcharArray, jCharArrayToCKCharArray>},
-    {24, Boxed<CK_BYTE, jByteObjectToCKBytePtr>},
-    {25, Boxed<CK_CHAR, jCharObjectToCKCharPtr>},
-};
-static_assert(std::size(kRows) == kClasses, "every class looked up has its row");
+static_assert(std::size(kConvert) == kClasses, "every class looked up has its conversion");
+static_assert(std::extent_v<ValueClasses> == kClasses, "ValueClasses holds every class");
 
 constexpr bool EveryClassTestedOnce() {
     for (size_t c = 0; c < kClasses; ++c) {
         int hits = 0;
-        for (const Row& r : kRows) hits += r.lookup == c;
+        for (size_t t : jn::kValueTestOrder) hits += t == c;
         if (hits != 1) return false;
     }
     return true;
 }
-static_assert(EveryClassTestedOnce(), "each class is tested by exactly one row");
+static_assert(EveryClassTestedOnce(), "each class is tested exactly once");
 
 constexpr CK_ATTRIBUTE_TYPE kMechanismList = 0x80000104;
 
 }  // namespace
 
-void jObjectToPrimitiveCKObjectPtrPtr(JNIEnv* env, jobject object, CK_VOID_PTR* pointer, CK_ULONG* length) {
-    jclass classes[kClasses];
+bool FindValueClasses(JNIEnv* env, ValueClasses& classes) {
     // Looked up back to back and checked once, after the last.
     for (size_t i = 0; i < kClasses; ++i) classes[i] = env->FindClass(jn::kValueClasses[i]->path);
-    if (env->ExceptionCheck()) return;
+    return !env->ExceptionCheck();
+}
+
+void jObjectToPrimitiveCKObjectPtrPtr(JNIEnv* env, jobject object, CK_VOID_PTR* pointer, CK_ULONG* length) {
+    ValueClasses classes;
+    if (!FindValueClasses(env, classes)) return;
     if (object == nullptr) {
         *pointer = nullptr;
         *length = 0;
@@ -123,10 +124,10 @@ void jObjectToPrimitiveCKObjectPtrPtr(JNIEnv* env, jobject object, CK_VOID_PTR* 
     }
     // IsInstanceOf raises nothing (JNI lists no exception for it): only the
     // hit is followed by a check, a miss goes straight on to the next class.
-    for (const Row& row : kRows) {
-        if (!env->IsInstanceOf(object, classes[row.lookup])) continue;
+    for (size_t c : jn::kValueTestOrder) {
+        if (!env->IsInstanceOf(object, classes[c])) continue;
         if (env->ExceptionCheck()) return;
-        row.convert(env, object, pointer, length);
+        kConvert[c](env, object, pointer, length);
         return;
     }
     *pointer = nullptr;

@@ -1,13 +1,15 @@
 // Cryptoki results into existing Java objects: the information structures
 // and CK_VERSION. Each structure is a table of its Java fields in the order
-// in which they are written, with where each sits in the Cryptoki structure;
-// the field's signature says how it is written.
+// in which they are written, with where each sits in the Cryptoki structure
+// (infoLayout.h, shared with the copies into Cryptoki); the field's
+// signature says how it is written.
 #include "morlin/copyToJava.h"
 
 #include <cstddef>
 #include <cstring>
 #include <iterator>
 
+#include "morlin/infoLayout.h"
 #include "morlin/javaNames.h"
 #include "morlin/jutil.h"
 #include "morlin/names/infos.h"
@@ -15,13 +17,7 @@
 
 namespace {
 
-// One field of a fixed-shape Cryptoki structure as its Java class shows it:
-// "[B" of length bytes, "J", or a CK_VERSION.
-struct InfoField {
-    const jn::Field& field;
-    size_t offset;  // in the Cryptoki structure
-    size_t length;  // bytes, for "[B"
-};
+using layout::InfoField;
 
 // FindClass, IsInstanceOf, then each field in table order into a new byte[]
 // or CK_VERSION, or with SetLongField, an ExceptionCheck after every step.
@@ -53,49 +49,6 @@ void CopyFields(JNIEnv* env, const jn::Class& javaClass, const void* info, jobje
     }
 }
 
-constexpr InfoField kInfoFields[] = {
-    {jn::kInfoCryptokiVersion, offsetof(CK_INFO, cryptokiVersion), 0},
-    {jn::kInfoManufacturerID, offsetof(CK_INFO, manufacturerID), 32},
-    {jn::kInfoFlags, offsetof(CK_INFO, flags), 0},
-    {jn::kInfoLibraryDescription, offsetof(CK_INFO, libraryDescription), 32},
-    {jn::kInfoLibraryVersion, offsetof(CK_INFO, libraryVersion), 0},
-};
-
-constexpr InfoField kSlotInfoFields[] = {
-    {jn::kSlotInfoSlotDescription, offsetof(CK_SLOT_INFO, slotDescription), 64},
-    {jn::kSlotInfoManufacturerID, offsetof(CK_SLOT_INFO, manufacturerID), 32},
-    {jn::kSlotInfoFlags, offsetof(CK_SLOT_INFO, flags), 0},
-    {jn::kSlotInfoHardwareVersion, offsetof(CK_SLOT_INFO, hardwareVersion), 0},
-    {jn::kSlotInfoFirmwareVersion, offsetof(CK_SLOT_INFO, firmwareVersion), 0},
-};
-
-constexpr InfoField kTokenInfoFields[] = {
-    {jn::kTokenInfoLabel, offsetof(CK_TOKEN_INFO, label), 32},
-    {jn::kTokenInfoManufacturerID, offsetof(CK_TOKEN_INFO, manufacturerID), 32},
-    {jn::kTokenInfoModel, offsetof(CK_TOKEN_INFO, model), 16},
-    {jn::kTokenInfoSerialNumber, offsetof(CK_TOKEN_INFO, serialNumber), 16},
-    {jn::kTokenInfoFlags, offsetof(CK_TOKEN_INFO, flags), 0},
-    {jn::kTokenInfoMaxSessionCount, offsetof(CK_TOKEN_INFO, ulMaxSessionCount), 0},
-    {jn::kTokenInfoSessionCount, offsetof(CK_TOKEN_INFO, ulSessionCount), 0},
-    {jn::kTokenInfoMaxRwSessionCount, offsetof(CK_TOKEN_INFO, ulMaxRwSessionCount), 0},
-    {jn::kTokenInfoRwSessionCount, offsetof(CK_TOKEN_INFO, ulRwSessionCount), 0},
-    {jn::kTokenInfoMaxPinLen, offsetof(CK_TOKEN_INFO, ulMaxPinLen), 0},
-    {jn::kTokenInfoMinPinLen, offsetof(CK_TOKEN_INFO, ulMinPinLen), 0},
-    {jn::kTokenInfoTotalPublicMemory, offsetof(CK_TOKEN_INFO, ulTotalPublicMemory), 0},
-    {jn::kTokenInfoFreePublicMemory, offsetof(CK_TOKEN_INFO, ulFreePublicMemory), 0},
-    {jn::kTokenInfoTotalPrivateMemory, offsetof(CK_TOKEN_INFO, ulTotalPrivateMemory), 0},
-    {jn::kTokenInfoFreePrivateMemory, offsetof(CK_TOKEN_INFO, ulFreePrivateMemory), 0},
-    {jn::kTokenInfoHardwareVersion, offsetof(CK_TOKEN_INFO, hardwareVersion), 0},
-    {jn::kTokenInfoFirmwareVersion, offsetof(CK_TOKEN_INFO, firmwareVersion), 0},
-    {jn::kTokenInfoUtcTime, offsetof(CK_TOKEN_INFO, utcTime), 16},
-};
-
-constexpr InfoField kMechanismInfoFields[] = {
-    {jn::kMechanismInfoMinKeySize, offsetof(CK_MECHANISM_INFO, ulMinKeySize), 0},
-    {jn::kMechanismInfoMaxKeySize, offsetof(CK_MECHANISM_INFO, ulMaxKeySize), 0},
-    {jn::kMechanismInfoFlags, offsetof(CK_MECHANISM_INFO, flags), 0},
-};
-
 // major, then minor, each GetFieldID and SetByteField. Every step but the
 // very last store is checked; returns false when an exception is pending.
 bool WriteVersion(JNIEnv* env, jclass cls, jobject object, const CK_VERSION* version) {
@@ -112,19 +65,19 @@ bool WriteVersion(JNIEnv* env, jclass cls, jobject object, const CK_VERSION* ver
 }  // namespace
 
 void CopyCKInfoToJInfo(JNIEnv* env, const CK_INFO* info, jobject object) {
-    CopyFields(env, jn::kInfo, info, object, kInfoFields);
+    CopyFields(env, jn::kInfo, info, object, layout::kInfoFields);
 }
 
 void CopyCKSlotInfoToJSlotInfo(JNIEnv* env, const CK_SLOT_INFO* info, jobject object) {
-    CopyFields(env, jn::kSlotInfo, info, object, kSlotInfoFields);
+    CopyFields(env, jn::kSlotInfo, info, object, layout::kSlotInfoFields);
 }
 
 void CopyCKTokenInfoToJTokenInfo(JNIEnv* env, const CK_TOKEN_INFO* info, jobject object) {
-    CopyFields(env, jn::kTokenInfo, info, object, kTokenInfoFields);
+    CopyFields(env, jn::kTokenInfo, info, object, layout::kTokenInfoFields);
 }
 
 void CopyCKMechanismInfoToJMechanismInfo(JNIEnv* env, const CK_MECHANISM_INFO* info, jobject object) {
-    CopyFields(env, jn::kMechanismInfo, info, object, kMechanismInfoFields);
+    CopyFields(env, jn::kMechanismInfo, info, object, layout::kMechanismInfoFields);
 }
 
 // Written out rather than driven by a table: state is updated in place

@@ -20,6 +20,13 @@
 
 // ---- from Java -------------------------------------------------------------------
 
+// The 26 value classes of jn::kValueClasses, in that order. Both dispatches
+// from Java, the one that allocates and the one that copies in place, look
+// them all up before any test, back to back with one ExceptionCheck after
+// the last; false with the exception pending.
+using ValueClasses = jclass[26];
+bool FindValueClasses(JNIEnv* env, ValueClasses& classes);
+
 // A value of any of the 26 value classes as a fresh block and its computed
 // length: bytes for most classes, the element count for long[] and int[].
 // Null gives null and 0; a class outside the table gives null and 0 with

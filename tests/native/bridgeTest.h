@@ -25,6 +25,17 @@
 
 namespace morlin_test {
 
+// A structure whose byte i is 151 i + 7 (mod 256): every field holds a value
+// of its own, so a field copied from or to the wrong place shows.
+template <class S>
+S Distinct() {
+    static_assert(sizeof(S) <= 256, "bytes would repeat");
+    S s;
+    auto* p = reinterpret_cast<unsigned char*>(&s);
+    for (size_t i = 0; i < sizeof s; ++i) p[i] = static_cast<unsigned char>(i * 151 + 7);
+    return s;
+}
+
 class BridgeTest : public JniTest {
 protected:
     void SetUp() override {

@@ -15,15 +15,6 @@ using Bytes = std::vector<unsigned char>;
 
 // Byte i of the structure is 151 i + 7 (mod 256): no two bytes alike while
 // the structure is under 256 bytes, so every field holds its own value.
-template <class S>
-S Distinct() {
-    static_assert(sizeof(S) <= 256, "bytes would repeat");
-    S s;
-    auto* p = reinterpret_cast<unsigned char*>(&s);
-    for (size_t i = 0; i < sizeof s; ++i) p[i] = static_cast<unsigned char>(i * 151 + 7);
-    return s;
-}
-
 template <size_t N>
 Bytes Of(const CK_BYTE (&field)[N]) {
     return Bytes(field, field + N);

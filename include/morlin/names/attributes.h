@@ -3,6 +3,8 @@
 #ifndef MORLIN_NAMES_ATTRIBUTES_H
 #define MORLIN_NAMES_ATTRIBUTES_H
 
+#include <iterator>
+
 #include "morlin/javaNames.h"
 #include "morlin/names/core.h"
 
@@ -23,7 +25,8 @@
     CLASS(IntArray, "[I")                                                                        \
     CLASS(BooleanArray, "[Z")                                                                    \
     CLASS(CharArray, "[C")                                                                       \
-    CLASS(Character, "java/lang/Character")
+    CLASS(Character, "java/lang/Character")                                                      \
+    METHOD(CharacterValue, Character, "charValue", "()C")
 
 MORLIN_JAVA_NAMES(attributes, MORLIN_NAMES_ATTRIBUTES)
 
@@ -61,6 +64,13 @@ inline constexpr const Class* kValueClasses[] = {
     &kCharacter,
 };
 inline constexpr size_t kInPlaceValueClasses = 18;
+// The order in which a value is tested against those classes, as indices
+// into kValueClasses, the first hit deciding. It departs from the lookup
+// order in one place: the mechanism-type array is tested before the
+// mechanism type.
+inline constexpr size_t kValueTestOrder[] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  11, 10, 12,
+                                             13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25};
+static_assert(std::size(kValueTestOrder) == std::size(kValueClasses), "every class is tested");
 }  // namespace jn
 
 #endif
