@@ -208,7 +208,11 @@ CK_RV CT_GetECKeySize(const CK_ATTRIBUTE* pEcParamsAttribute, CK_ULONG_PTR pulBi
  * object of key type CKK_EC labelled with the name, without and then with
  * its terminating NUL, and reads its CKA_EC_PARAMS into the attribute (type
  * set to CKA_EC_PARAMS). None found: CKR_DOMAIN_PARAMS_INVALID; a failing
- * token call: its code (a failed C_FindObjects leaves the search open). */
+ * token call: its code (a failed C_FindObjects leaves the search open).
+ * A buffer too small for a known curve's encoding has its ulValueLen raised
+ * to the encoding's length before the token is asked, and the token may
+ * write that many bytes: give a buffer at least as long as the encoding
+ * (CT_DerEncodeNamedCurve with a null buffer tells the length). */
 CK_RV CT_GetECCDomainParameters(CK_SESSION_HANDLE hSession, CK_ATTRIBUTE* pAttribute, const char* curveName);
 
 /* ---- data objects as named files (ctobjio) ------------------------------------- */
