@@ -1,6 +1,7 @@
 package kaltrix.morlin.constants;
 
 import kaltrix.morlin.CK_ULONG_WRAPPER;
+import kaltrix.morlin.CryptokiException;
 
 /**
  * The result of a Cryptoki call, one of the {@code CKR_} values. Every method of
@@ -39,6 +40,32 @@ public class CK_RV extends CK_ULONG_WRAPPER {
     /** Returns whether this is {@code CKR_OK}. */
     public boolean isOk() {
         return m_value == CKR_OK;
+    }
+
+    /**
+     * Returns this result if it is {@code CKR_OK}, and throws otherwise, so
+     * that a call reads {@code Cryptoki.C_Login(...).check()}.
+     *
+     * @throws CryptokiException naming the value, unless it is {@code CKR_OK}
+     */
+    public CK_RV check() {
+        if (!isOk()) {
+            throw new CryptokiException(this);
+        }
+        return this;
+    }
+
+    /**
+     * As {@link #check()}, with the name of the call in the message
+     * ({@code "C_Login: CKR_PIN_INCORRECT"}).
+     *
+     * @throws CryptokiException naming the call and the value, unless it is {@code CKR_OK}
+     */
+    public CK_RV check(String call) {
+        if (!isOk()) {
+            throw new CryptokiException(call, this);
+        }
+        return this;
     }
 
     /** The {@code CKR_} name of the value, from {@link CK}, or null if it has none. */
