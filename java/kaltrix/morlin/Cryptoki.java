@@ -1,5 +1,7 @@
 package kaltrix.morlin;
 
+import java.nio.charset.StandardCharsets;
+import java.util.Arrays;
 import kaltrix.morlin.constants.CK_MECHANISM_TYPE;
 import kaltrix.morlin.constants.CK_RV;
 import kaltrix.morlin.constants.CK_USER_TYPE;
@@ -14,6 +16,12 @@ import kaltrix.morlin.constants.CK_USER_TYPE;
  * {@link #C_Initialize} first and {@link #C_Finalize} last; in between, calls
  * may come from any number of threads, under the locking set up by
  * {@code C_Initialize}.
+ *
+ * <p>A count that travels beside an array goes to the token library as it
+ * is given: one larger than the array makes the token library read or write
+ * past the copy of it. Every native that takes an array and its count
+ * therefore has an overload without the count, which passes the array's
+ * length; prefer those.
  */
 public final class Cryptoki {
     static {
@@ -1121,4 +1129,410 @@ public final class Cryptoki {
      * @return the token library's result
      */
     public static native CK_RV FMSC_SendReceive(CK_SESSION_HANDLE hSession, long fmNumber, byte[] request, long requestLen, byte[] response, long responseLen, LongRef pReceivedLen, LongRef pStatus);
+
+    // ---- texts as PKCS#11 takes them ---------------------------------------------------------
+
+    /**
+     * A token label as {@code C_InitToken} reads it: the text in UTF-8,
+     * padded with blanks to exactly 32 bytes and not terminated. A shorter
+     * array would make the token library read past it.
+     *
+     * @throws IllegalArgumentException if the text takes more than 32 bytes
+     */
+    public static byte[] label(String text) {
+        byte[] utf8 = text.getBytes(StandardCharsets.UTF_8);
+        if (utf8.length > 32) {
+            throw new IllegalArgumentException("a token label holds at most 32 bytes, not " + utf8.length);
+        }
+        byte[] label = Arrays.copyOf(utf8, 32);
+        Arrays.fill(label, utf8.length, 32, (byte) ' ');
+        return label;
+    }
+
+    /** A PIN as PKCS#11 takes it: the text in UTF-8, with no terminator. */
+    public static byte[] pin(String text) {
+        return text.getBytes(StandardCharsets.UTF_8);
+    }
+
+    // ---- the same with every count taken from its array ----------------------------------
+
+    /**
+     * C_InitToken with {@code ulPinLen} taken from the length of {@code pPin} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_InitToken(long, byte[], long, byte[])
+     */
+    public static CK_RV C_InitToken(long slotID, byte[] pPin, byte[] pLabel) {
+        return C_InitToken(slotID, pPin, pPin == null ? 0 : pPin.length, pLabel);
+    }
+
+    /**
+     * C_InitPIN with {@code ulPinLen} taken from the length of {@code pPin} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_InitPIN(CK_SESSION_HANDLE, byte[], long)
+     */
+    public static CK_RV C_InitPIN(CK_SESSION_HANDLE hSession, byte[] pPin) {
+        return C_InitPIN(hSession, pPin, pPin == null ? 0 : pPin.length);
+    }
+
+    /**
+     * C_SetPIN with {@code ulOldLen}, {@code ulNewLen} taken from the length of {@code pOldPin}, {@code pNewPin} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_SetPIN(CK_SESSION_HANDLE, byte[], long, byte[], long)
+     */
+    public static CK_RV C_SetPIN(CK_SESSION_HANDLE hSession, byte[] pOldPin, byte[] pNewPin) {
+        return C_SetPIN(hSession, pOldPin, pOldPin == null ? 0 : pOldPin.length, pNewPin, pNewPin == null ? 0 : pNewPin.length);
+    }
+
+    /**
+     * C_SetOperationState with {@code ulOperationStateLen} taken from the length of {@code pOperationState} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_SetOperationState(CK_SESSION_HANDLE, byte[], long, CK_OBJECT_HANDLE, CK_OBJECT_HANDLE)
+     */
+    public static CK_RV C_SetOperationState(CK_SESSION_HANDLE hSession, byte[] pOperationState, CK_OBJECT_HANDLE hEncryptionKey, CK_OBJECT_HANDLE hAuthenticationKey) {
+        return C_SetOperationState(hSession, pOperationState, pOperationState == null ? 0 : pOperationState.length, hEncryptionKey, hAuthenticationKey);
+    }
+
+    /**
+     * C_Login with {@code ulPinLen} taken from the length of {@code pPin} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_Login(CK_SESSION_HANDLE, CK_USER_TYPE, byte[], long)
+     */
+    public static CK_RV C_Login(CK_SESSION_HANDLE hSession, CK_USER_TYPE userType, byte[] pPin) {
+        return C_Login(hSession, userType, pPin, pPin == null ? 0 : pPin.length);
+    }
+
+    /**
+     * C_CreateObject with {@code ulCount} taken from the length of {@code pTemplate} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_CreateObject(CK_SESSION_HANDLE, CK_ATTRIBUTE[], long, CK_OBJECT_HANDLE)
+     */
+    public static CK_RV C_CreateObject(CK_SESSION_HANDLE hSession, CK_ATTRIBUTE[] pTemplate, CK_OBJECT_HANDLE phObject) {
+        return C_CreateObject(hSession, pTemplate, pTemplate == null ? 0 : pTemplate.length, phObject);
+    }
+
+    /**
+     * C_CopyObject with {@code ulCount} taken from the length of {@code pTemplate} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_CopyObject(CK_SESSION_HANDLE, CK_OBJECT_HANDLE, CK_ATTRIBUTE[], long, CK_OBJECT_HANDLE)
+     */
+    public static CK_RV C_CopyObject(CK_SESSION_HANDLE hSession, CK_OBJECT_HANDLE hObject, CK_ATTRIBUTE[] pTemplate, CK_OBJECT_HANDLE phNewObject) {
+        return C_CopyObject(hSession, hObject, pTemplate, pTemplate == null ? 0 : pTemplate.length, phNewObject);
+    }
+
+    /**
+     * C_GetAttributeValue with {@code ulCount} taken from the length of {@code pTemplate} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_GetAttributeValue(CK_SESSION_HANDLE, CK_OBJECT_HANDLE, CK_ATTRIBUTE[], long)
+     */
+    public static CK_RV C_GetAttributeValue(CK_SESSION_HANDLE hSession, CK_OBJECT_HANDLE hObject, CK_ATTRIBUTE[] pTemplate) {
+        return C_GetAttributeValue(hSession, hObject, pTemplate, pTemplate == null ? 0 : pTemplate.length);
+    }
+
+    /**
+     * C_SetAttributeValue with {@code ulCount} taken from the length of {@code pTemplate} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_SetAttributeValue(CK_SESSION_HANDLE, CK_OBJECT_HANDLE, CK_ATTRIBUTE[], long)
+     */
+    public static CK_RV C_SetAttributeValue(CK_SESSION_HANDLE hSession, CK_OBJECT_HANDLE hObject, CK_ATTRIBUTE[] pTemplate) {
+        return C_SetAttributeValue(hSession, hObject, pTemplate, pTemplate == null ? 0 : pTemplate.length);
+    }
+
+    /**
+     * C_FindObjectsInit with {@code ulCount} taken from the length of {@code pTemplate} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_FindObjectsInit(CK_SESSION_HANDLE, CK_ATTRIBUTE[], long)
+     */
+    public static CK_RV C_FindObjectsInit(CK_SESSION_HANDLE hSession, CK_ATTRIBUTE[] pTemplate) {
+        return C_FindObjectsInit(hSession, pTemplate, pTemplate == null ? 0 : pTemplate.length);
+    }
+
+    /**
+     * C_FindObjects with {@code ulMaxObjectCount} taken from the length of {@code phObject} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_FindObjects(CK_SESSION_HANDLE, CK_OBJECT_HANDLE[], long, LongRef)
+     */
+    public static CK_RV C_FindObjects(CK_SESSION_HANDLE hSession, CK_OBJECT_HANDLE[] phObject, LongRef pulObjectCount) {
+        return C_FindObjects(hSession, phObject, phObject == null ? 0 : phObject.length, pulObjectCount);
+    }
+
+    /**
+     * C_Encrypt with {@code ulDataLen} taken from the length of {@code pData} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_Encrypt(CK_SESSION_HANDLE, byte[], long, byte[], LongRef)
+     */
+    public static CK_RV C_Encrypt(CK_SESSION_HANDLE hSession, byte[] pData, byte[] pEncryptedData, LongRef pulEncryptedDataLen) {
+        return C_Encrypt(hSession, pData, pData == null ? 0 : pData.length, pEncryptedData, pulEncryptedDataLen);
+    }
+
+    /**
+     * C_EncryptUpdate with {@code ulPartLen} taken from the length of {@code pPart} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_EncryptUpdate(CK_SESSION_HANDLE, byte[], long, byte[], LongRef)
+     */
+    public static CK_RV C_EncryptUpdate(CK_SESSION_HANDLE hSession, byte[] pPart, byte[] pEncryptedPart, LongRef pulEncryptedPartLen) {
+        return C_EncryptUpdate(hSession, pPart, pPart == null ? 0 : pPart.length, pEncryptedPart, pulEncryptedPartLen);
+    }
+
+    /**
+     * C_Decrypt with {@code ulEncryptedDataLen} taken from the length of {@code pEncryptedData} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_Decrypt(CK_SESSION_HANDLE, byte[], long, byte[], LongRef)
+     */
+    public static CK_RV C_Decrypt(CK_SESSION_HANDLE hSession, byte[] pEncryptedData, byte[] pData, LongRef pulDataLen) {
+        return C_Decrypt(hSession, pEncryptedData, pEncryptedData == null ? 0 : pEncryptedData.length, pData, pulDataLen);
+    }
+
+    /**
+     * C_DecryptUpdate with {@code ulEncryptedPartLen} taken from the length of {@code pEncryptedPart} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_DecryptUpdate(CK_SESSION_HANDLE, byte[], long, byte[], LongRef)
+     */
+    public static CK_RV C_DecryptUpdate(CK_SESSION_HANDLE hSession, byte[] pEncryptedPart, byte[] pPart, LongRef pulPartLen) {
+        return C_DecryptUpdate(hSession, pEncryptedPart, pEncryptedPart == null ? 0 : pEncryptedPart.length, pPart, pulPartLen);
+    }
+
+    /**
+     * C_Digest with {@code ulDataLen} taken from the length of {@code pData} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_Digest(CK_SESSION_HANDLE, byte[], long, byte[], LongRef)
+     */
+    public static CK_RV C_Digest(CK_SESSION_HANDLE hSession, byte[] pData, byte[] pDigest, LongRef pulDigestLen) {
+        return C_Digest(hSession, pData, pData == null ? 0 : pData.length, pDigest, pulDigestLen);
+    }
+
+    /**
+     * C_DigestUpdate with {@code ulPartLen} taken from the length of {@code pPart} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_DigestUpdate(CK_SESSION_HANDLE, byte[], long)
+     */
+    public static CK_RV C_DigestUpdate(CK_SESSION_HANDLE hSession, byte[] pPart) {
+        return C_DigestUpdate(hSession, pPart, pPart == null ? 0 : pPart.length);
+    }
+
+    /**
+     * C_Sign with {@code ulDataLen} taken from the length of {@code pData} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_Sign(CK_SESSION_HANDLE, byte[], long, byte[], LongRef)
+     */
+    public static CK_RV C_Sign(CK_SESSION_HANDLE hSession, byte[] pData, byte[] pSignature, LongRef pulSignatureLen) {
+        return C_Sign(hSession, pData, pData == null ? 0 : pData.length, pSignature, pulSignatureLen);
+    }
+
+    /**
+     * C_SignUpdate with {@code ulPartLen} taken from the length of {@code pPart} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_SignUpdate(CK_SESSION_HANDLE, byte[], long)
+     */
+    public static CK_RV C_SignUpdate(CK_SESSION_HANDLE hSession, byte[] pPart) {
+        return C_SignUpdate(hSession, pPart, pPart == null ? 0 : pPart.length);
+    }
+
+    /**
+     * C_SignRecover with {@code ulDataLen} taken from the length of {@code pData} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_SignRecover(CK_SESSION_HANDLE, byte[], long, byte[], LongRef)
+     */
+    public static CK_RV C_SignRecover(CK_SESSION_HANDLE hSession, byte[] pData, byte[] pSignature, LongRef pulSignatureLen) {
+        return C_SignRecover(hSession, pData, pData == null ? 0 : pData.length, pSignature, pulSignatureLen);
+    }
+
+    /**
+     * C_Verify with {@code ulDataLen}, {@code ulSignatureLen} taken from the length of {@code pData}, {@code pSignature} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_Verify(CK_SESSION_HANDLE, byte[], long, byte[], long)
+     */
+    public static CK_RV C_Verify(CK_SESSION_HANDLE hSession, byte[] pData, byte[] pSignature) {
+        return C_Verify(hSession, pData, pData == null ? 0 : pData.length, pSignature, pSignature == null ? 0 : pSignature.length);
+    }
+
+    /**
+     * C_VerifyUpdate with {@code ulPartLen} taken from the length of {@code pPart} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_VerifyUpdate(CK_SESSION_HANDLE, byte[], long)
+     */
+    public static CK_RV C_VerifyUpdate(CK_SESSION_HANDLE hSession, byte[] pPart) {
+        return C_VerifyUpdate(hSession, pPart, pPart == null ? 0 : pPart.length);
+    }
+
+    /**
+     * C_VerifyFinal with {@code ulSignatureLen} taken from the length of {@code pSignature} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_VerifyFinal(CK_SESSION_HANDLE, byte[], long)
+     */
+    public static CK_RV C_VerifyFinal(CK_SESSION_HANDLE hSession, byte[] pSignature) {
+        return C_VerifyFinal(hSession, pSignature, pSignature == null ? 0 : pSignature.length);
+    }
+
+    /**
+     * C_VerifyRecover with {@code ulSignatureLen} taken from the length of {@code pSignature} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_VerifyRecover(CK_SESSION_HANDLE, byte[], long, byte[], LongRef)
+     */
+    public static CK_RV C_VerifyRecover(CK_SESSION_HANDLE hSession, byte[] pSignature, byte[] pData, LongRef pulDataLen) {
+        return C_VerifyRecover(hSession, pSignature, pSignature == null ? 0 : pSignature.length, pData, pulDataLen);
+    }
+
+    /**
+     * C_DigestEncryptUpdate with {@code ulPartLen} taken from the length of {@code pPart} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_DigestEncryptUpdate(CK_SESSION_HANDLE, byte[], long, byte[], LongRef)
+     */
+    public static CK_RV C_DigestEncryptUpdate(CK_SESSION_HANDLE hSession, byte[] pPart, byte[] pEncryptedPart, LongRef pulEncryptedPartLen) {
+        return C_DigestEncryptUpdate(hSession, pPart, pPart == null ? 0 : pPart.length, pEncryptedPart, pulEncryptedPartLen);
+    }
+
+    /**
+     * C_DecryptDigestUpdate with {@code ulEncryptedPartLen} taken from the length of {@code pEncryptedPart} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_DecryptDigestUpdate(CK_SESSION_HANDLE, byte[], long, byte[], LongRef)
+     */
+    public static CK_RV C_DecryptDigestUpdate(CK_SESSION_HANDLE hSession, byte[] pEncryptedPart, byte[] pPart, LongRef pulPartLen) {
+        return C_DecryptDigestUpdate(hSession, pEncryptedPart, pEncryptedPart == null ? 0 : pEncryptedPart.length, pPart, pulPartLen);
+    }
+
+    /**
+     * C_SignEncryptUpdate with {@code ulPartLen} taken from the length of {@code pPart} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_SignEncryptUpdate(CK_SESSION_HANDLE, byte[], long, byte[], LongRef)
+     */
+    public static CK_RV C_SignEncryptUpdate(CK_SESSION_HANDLE hSession, byte[] pPart, byte[] pEncryptedPart, LongRef pulEncryptedPartLen) {
+        return C_SignEncryptUpdate(hSession, pPart, pPart == null ? 0 : pPart.length, pEncryptedPart, pulEncryptedPartLen);
+    }
+
+    /**
+     * C_DecryptVerifyUpdate with {@code ulEncryptedPartLen} taken from the length of {@code pEncryptedPart} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_DecryptVerifyUpdate(CK_SESSION_HANDLE, byte[], long, byte[], LongRef)
+     */
+    public static CK_RV C_DecryptVerifyUpdate(CK_SESSION_HANDLE hSession, byte[] pEncryptedPart, byte[] pPart, LongRef pulPartLen) {
+        return C_DecryptVerifyUpdate(hSession, pEncryptedPart, pEncryptedPart == null ? 0 : pEncryptedPart.length, pPart, pulPartLen);
+    }
+
+    /**
+     * C_GenerateKey with {@code ulCount} taken from the length of {@code pTemplate} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_GenerateKey(CK_SESSION_HANDLE, CK_MECHANISM, CK_ATTRIBUTE[], long, CK_OBJECT_HANDLE)
+     */
+    public static CK_RV C_GenerateKey(CK_SESSION_HANDLE hSession, CK_MECHANISM pMechanism, CK_ATTRIBUTE[] pTemplate, CK_OBJECT_HANDLE phKey) {
+        return C_GenerateKey(hSession, pMechanism, pTemplate, pTemplate == null ? 0 : pTemplate.length, phKey);
+    }
+
+    /**
+     * C_GenerateKeyPair with {@code ulPublicKeyAttributeCount}, {@code ulPrivateKeyAttributeCount} taken from the length of {@code pPublicKeyTemplate}, {@code pPrivateKeyTemplate} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_GenerateKeyPair(CK_SESSION_HANDLE, CK_MECHANISM, CK_ATTRIBUTE[], long, CK_ATTRIBUTE[], long, CK_OBJECT_HANDLE, CK_OBJECT_HANDLE)
+     */
+    public static CK_RV C_GenerateKeyPair(CK_SESSION_HANDLE hSession, CK_MECHANISM pMechanism, CK_ATTRIBUTE[] pPublicKeyTemplate, CK_ATTRIBUTE[] pPrivateKeyTemplate, CK_OBJECT_HANDLE phPublicKey, CK_OBJECT_HANDLE phPrivateKey) {
+        return C_GenerateKeyPair(hSession, pMechanism, pPublicKeyTemplate, pPublicKeyTemplate == null ? 0 : pPublicKeyTemplate.length, pPrivateKeyTemplate, pPrivateKeyTemplate == null ? 0 : pPrivateKeyTemplate.length, phPublicKey, phPrivateKey);
+    }
+
+    /**
+     * C_UnwrapKey with {@code ulWrappedKeyLen}, {@code ulAttributeCount} taken from the length of {@code pWrappedKey}, {@code pTemplate} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_UnwrapKey(CK_SESSION_HANDLE, CK_MECHANISM, CK_OBJECT_HANDLE, byte[], long, CK_ATTRIBUTE[], long, CK_OBJECT_HANDLE)
+     */
+    public static CK_RV C_UnwrapKey(CK_SESSION_HANDLE hSession, CK_MECHANISM pMechanism, CK_OBJECT_HANDLE hUnwrappingKey, byte[] pWrappedKey, CK_ATTRIBUTE[] pTemplate, CK_OBJECT_HANDLE phKey) {
+        return C_UnwrapKey(hSession, pMechanism, hUnwrappingKey, pWrappedKey, pWrappedKey == null ? 0 : pWrappedKey.length, pTemplate, pTemplate == null ? 0 : pTemplate.length, phKey);
+    }
+
+    /**
+     * C_DeriveKey with {@code ulAttributeCount} taken from the length of {@code pTemplate} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_DeriveKey(CK_SESSION_HANDLE, CK_MECHANISM, CK_OBJECT_HANDLE, CK_ATTRIBUTE[], long, CK_OBJECT_HANDLE)
+     */
+    public static CK_RV C_DeriveKey(CK_SESSION_HANDLE hSession, CK_MECHANISM pMechanism, CK_OBJECT_HANDLE hBaseKey, CK_ATTRIBUTE[] pTemplate, CK_OBJECT_HANDLE phKey) {
+        return C_DeriveKey(hSession, pMechanism, hBaseKey, pTemplate, pTemplate == null ? 0 : pTemplate.length, phKey);
+    }
+
+    /**
+     * C_SeedRandom with {@code ulSeedLen} taken from the length of {@code pSeed} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_SeedRandom(CK_SESSION_HANDLE, byte[], long)
+     */
+    public static CK_RV C_SeedRandom(CK_SESSION_HANDLE hSession, byte[] pSeed) {
+        return C_SeedRandom(hSession, pSeed, pSeed == null ? 0 : pSeed.length);
+    }
+
+    /**
+     * C_GenerateRandom with {@code ulRandomLen} taken from the length of {@code pRandomData} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #C_GenerateRandom(CK_SESSION_HANDLE, byte[], long)
+     */
+    public static CK_RV C_GenerateRandom(CK_SESSION_HANDLE hSession, byte[] pRandomData) {
+        return C_GenerateRandom(hSession, pRandomData, pRandomData == null ? 0 : pRandomData.length);
+    }
+
+    /**
+     * CT_CopyObject with {@code ulCount} taken from the length of {@code pTemplate} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #CT_CopyObject(CK_SESSION_HANDLE, CK_SESSION_HANDLE, CK_OBJECT_HANDLE, CK_ATTRIBUTE[], long, CK_OBJECT_HANDLE)
+     */
+    public static CK_RV CT_CopyObject(CK_SESSION_HANDLE hSession, CK_SESSION_HANDLE hSecondSession, CK_OBJECT_HANDLE hObject, CK_ATTRIBUTE[] pTemplate, CK_OBJECT_HANDLE phNewObject) {
+        return CT_CopyObject(hSession, hSecondSession, hObject, pTemplate, pTemplate == null ? 0 : pTemplate.length, phNewObject);
+    }
+
+    /**
+     * CT_InitToken with {@code ulPinLen} taken from the length of {@code pPin} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #CT_InitToken(CK_SESSION_HANDLE, long, byte[], long, byte[])
+     */
+    public static CK_RV CT_InitToken(CK_SESSION_HANDLE hSession, long slotID, byte[] pPin, byte[] pLabel) {
+        return CT_InitToken(hSession, slotID, pPin, pPin == null ? 0 : pPin.length, pLabel);
+    }
+
+    /**
+     * CT_ResetToken with {@code ulPinLen} taken from the length of {@code pPin} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #CT_ResetToken(CK_SESSION_HANDLE, byte[], long, byte[])
+     */
+    public static CK_RV CT_ResetToken(CK_SESSION_HANDLE hSession, byte[] pPin, byte[] pLabel) {
+        return CT_ResetToken(hSession, pPin, pPin == null ? 0 : pPin.length, pLabel);
+    }
+
+    /**
+     * FMSC_SendReceive with {@code requestLen}, {@code responseLen} taken from the length of {@code request}, {@code response} (0 for null), so
+     * that the token library reads and writes no further than the array.
+     *
+     * @see #FMSC_SendReceive(CK_SESSION_HANDLE, long, byte[], long, byte[], long, LongRef, LongRef)
+     */
+    public static CK_RV FMSC_SendReceive(CK_SESSION_HANDLE hSession, long fmNumber, byte[] request, byte[] response, LongRef pReceivedLen, LongRef pStatus) {
+        return FMSC_SendReceive(hSession, fmNumber, request, request == null ? 0 : request.length, response, response == null ? 0 : response.length, pReceivedLen, pStatus);
+    }
 }

@@ -59,6 +59,24 @@ class ResourcesOnSoftHsmTest {
         assertEquals(CK.CKR_CRYPTOKI_NOT_INITIALIZED, Cryptoki.C_GetInfo(new CK_INFO()).m_value);
     }
 
+    /** The overloads without counts pass each array's length. */
+    @Test
+    void countsFromTheArrays() {
+        try (Module module = Module.initialize(); Session session = module.openSession(SoftHsmToken.slot(), true)) {
+            session.login(CK.CKU_USER, SoftHsmToken.USER_PIN);
+            byte[] random = new byte[40];
+            Cryptoki.C_GenerateRandom(session.handle(), random).check();
+            assertTrue(random[39] != 0 || random[38] != 0 || random[37] != 0, "the last bytes were filled");
+            CK_ATTRIBUTE[] template = {new CK_ATTRIBUTE(CK.CKA_CLASS, CK.CKO_DATA),
+                new CK_ATTRIBUTE(CK.CKA_TOKEN, false), new CK_ATTRIBUTE(CK.CKA_VALUE, random)};
+            CK_OBJECT_HANDLE object = new CK_OBJECT_HANDLE();
+            Cryptoki.C_CreateObject(session.handle(), template, object).check();
+            CK_ATTRIBUTE[] read = {CK_ATTRIBUTE.readBytes(CK.CKA_VALUE, 64)};
+            Cryptoki.C_GetAttributeValue(session.handle(), object, read).check();
+            assertEquals(40, read[0].valueLen);
+        }
+    }
+
     @Test
     void failuresThrowNamingTheCallAndClosingTwiceClosesOnce() {
         try (Module module = Module.initialize()) {
