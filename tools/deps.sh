@@ -17,7 +17,15 @@ if [ "$(id -u)" -ne 0 ]; then
   echo "install them with: sudo apt-get install ${missing[*]}" >&2
   exit 1
 fi
-echo "installing ${missing[*]}" >&2
+# One line per package; the package manager's own screens go to a log,
+# which is shown only if it fails.
+for p in "${missing[@]}"; do echo "installing $p" >&2; done
 export DEBIAN_FRONTEND=noninteractive
-apt-get update -qq
-apt-get install -y -qq --no-install-recommends "${missing[@]}"
+log=$(mktemp)
+if ! { apt-get update -qq && apt-get install -y -qq --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
+  cat "$log" >&2
+  rm -f "$log"
+  exit 1
+fi
+rm -f "$log"
+echo "installed ${#missing[@]} packages" >&2

@@ -176,6 +176,11 @@ public final class Cryptoki {
      * here: the token library reads {@code ulPinLen} bytes of the PIN and 32
      * bytes of the label.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param slotID the slot
      * @param pPin the security officer's PIN; null with a length of 0 or less
      *        is the protected-path case, null with a positive length gives
@@ -189,6 +194,11 @@ public final class Cryptoki {
     /**
      * Sets the normal user's PIN, from a security officer's session.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param pPin the new PIN; null with a positive length gives
      *        {@code CKR_ARGUMENTS_BAD}, null with a length of 0 is the
@@ -201,6 +211,11 @@ public final class Cryptoki {
     /**
      * Changes the PIN of the user logged in to the session. Both PINs are
      * checked before anything else.
+     *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
      *
      * @param hSession the session
      * @param pOldPin the current PIN; null with a positive length gives
@@ -279,6 +294,11 @@ public final class Cryptoki {
     /**
      * Restores a saved operation state.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param pOperationState the saved state; null gives {@code CKR_ARGUMENTS_BAD}
      * @param ulOperationStateLen the length handed to the token library; 0 gives
@@ -293,6 +313,11 @@ public final class Cryptoki {
 
     /**
      * Logs a user in to the token.
+     *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
      *
      * @param hSession the session
      * @param userType {@code CKU_SO}, {@code CKU_USER} or
@@ -325,6 +350,11 @@ public final class Cryptoki {
      * raises {@link UnsupportedOperationException} before the token library is
      * called.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param pTemplate the attributes; null with a positive count gives
      *        {@code CKR_ARGUMENTS_BAD}, null with 0 is an empty template
@@ -337,6 +367,11 @@ public final class Cryptoki {
     /**
      * Copies an object, changing the attributes of the template. On
      * {@code CKR_OK} the copy's handle is stored in {@code phNewObject}.
+     *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
      *
      * @param hSession the session
      * @param hObject the object to copy
@@ -389,6 +424,11 @@ public final class Cryptoki {
      * {@code String}, raises {@link UnsupportedOperationException} once the
      * token library has delivered a value for it, and the result is lost.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param hObject the object
      * @param pTemplate the attributes to read; null with a positive count
@@ -405,6 +445,11 @@ public final class Cryptoki {
      * all bits set. A Java exception raised while reading {@code hObject}
      * propagates only after the token library has been called.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param hObject the object
      * @param pTemplate the new values; null with a positive count gives
@@ -416,6 +461,11 @@ public final class Cryptoki {
 
     /**
      * Starts a search for the objects that match a template.
+     *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
      *
      * @param hSession the session
      * @param pTemplate the attributes to match; null with a count of 0 matches
@@ -432,6 +482,11 @@ public final class Cryptoki {
      * {@code CK_OBJECT_HANDLE} objects that {@code phObject} already holds,
      * as many as it holds (no element is created, a null element is skipped).
      * Call again until the count is 0.
+     *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
      *
      * @param hSession the session
      * @param phObject handles to fill, or null with {@code ulMaxObjectCount} 0;
@@ -488,6 +543,11 @@ public final class Cryptoki {
      * {@code CKR_BUFFER_TOO_SMALL} the array is untouched and
      * {@code pulEncryptedDataLen} holds the length needed.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param pData the data; null or empty reaches the token library as a null
      *        pointer
@@ -505,6 +565,11 @@ public final class Cryptoki {
     /**
      * Continues a multiple-part encryption, under the size-query and output
      * rules of {@link #C_Encrypt}.
+     *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
      *
      * @param hSession the session
      * @param pPart the data part; null or empty reaches the token library as a
@@ -549,6 +614,11 @@ public final class Cryptoki {
      * Decrypts single-part data, under the size-query and output rules of
      * {@link #C_Encrypt}.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param pEncryptedData the encrypted data; null or empty reaches the token
      *        library as a null pointer
@@ -564,6 +634,11 @@ public final class Cryptoki {
     /**
      * Continues a multiple-part decryption, under the size-query and output
      * rules of {@link #C_Encrypt}.
+     *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
      *
      * @param hSession the session
      * @param pEncryptedPart the encrypted part; null or empty reaches the token
@@ -605,6 +680,11 @@ public final class Cryptoki {
      * Digests single-part data, under the size-query and output rules of
      * {@link #C_Encrypt}.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param pData the data; null or empty reaches the token library as a null
      *        pointer
@@ -620,6 +700,11 @@ public final class Cryptoki {
     /**
      * Continues a multiple-part digest. Nothing is checked: a null part
      * reaches the token library as a null pointer with {@code ulPartLen}.
+     *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
      *
      * @param hSession the session
      * @param pPart the data part; null or empty reaches the token library as a
@@ -671,6 +756,11 @@ public final class Cryptoki {
      * Signs single-part data, under the size-query and output rules of
      * {@link #C_Encrypt}.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param pData the data; null or empty reaches the token library as a null
      *        pointer
@@ -686,6 +776,11 @@ public final class Cryptoki {
     /**
      * Continues a multiple-part signature. Nothing is checked: a null part
      * reaches the token library as a null pointer with {@code ulPartLen}.
+     *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
      *
      * @param hSession the session
      * @param pPart the data part; null or empty reaches the token library as a
@@ -724,6 +819,11 @@ public final class Cryptoki {
      * Signs data so that it can be recovered from the signature, under the
      * size-query and output rules of {@link #C_Encrypt}.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param pData the data; null or empty reaches the token library as a null
      *        pointer
@@ -755,6 +855,11 @@ public final class Cryptoki {
      * {@code CKR_SIGNATURE_INVALID} or {@code CKR_SIGNATURE_LEN_RANGE}, not an
      * exception.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param pData the data; null or empty reaches the token library as a null
      *        pointer
@@ -772,6 +877,11 @@ public final class Cryptoki {
      * Continues a multiple-part verification. Nothing is checked: a null part
      * reaches the token library as a null pointer with {@code ulPartLen}.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param pPart the data part; null or empty reaches the token library as a
      *        null pointer
@@ -784,6 +894,11 @@ public final class Cryptoki {
     /**
      * Finishes a multiple-part verification. A signature that does not verify
      * is a result such as {@code CKR_SIGNATURE_INVALID}, not an exception.
+     *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
      *
      * @param hSession the session
      * @param pSignature the signature; null or empty reaches the token library
@@ -811,6 +926,11 @@ public final class Cryptoki {
      * Verifies a signature and recovers the signed data, under the size-query
      * and output rules of {@link #C_Encrypt}.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param pSignature the signature; null or empty reaches the token library
      *        as a null pointer
@@ -829,6 +949,11 @@ public final class Cryptoki {
      * Continues a digest and an encryption with the same part, under the
      * size-query and output rules of {@link #C_Encrypt}.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param pPart the data part; null or empty reaches the token library as a
      *        null pointer
@@ -846,6 +971,11 @@ public final class Cryptoki {
      * Continues a decryption and a digest of the decrypted part, under the
      * size-query and output rules of {@link #C_Encrypt}.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param pEncryptedPart the encrypted part; null or empty reaches the token
      *        library as a null pointer
@@ -861,6 +991,11 @@ public final class Cryptoki {
     /**
      * Continues a signature and an encryption with the same part, under the
      * size-query and output rules of {@link #C_Encrypt}.
+     *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
      *
      * @param hSession the session
      * @param pPart the data part; null or empty reaches the token library as a
@@ -878,6 +1013,11 @@ public final class Cryptoki {
     /**
      * Continues a decryption and a verification of the decrypted part, under
      * the size-query and output rules of {@link #C_Encrypt}.
+     *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
      *
      * @param hSession the session
      * @param pEncryptedPart the encrypted part; null or empty reaches the token
@@ -903,6 +1043,11 @@ public final class Cryptoki {
      * exception raised while storing them propagates, although the key exists
      * on the token.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param pMechanism the mechanism; null gives {@code CKR_ARGUMENTS_BAD}
      * @param pTemplate the new key's attributes; null with a positive count
@@ -920,6 +1065,11 @@ public final class Cryptoki {
      * copied into the parameter object; on any other result all three keep
      * their old values. A Java exception raised while storing them stops the
      * stores that follow and propagates, although the pair exists on the token.
+     *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
      *
      * @param hSession the session
      * @param pMechanism the mechanism; null gives {@code CKR_ARGUMENTS_BAD}
@@ -970,6 +1120,11 @@ public final class Cryptoki {
      * Java exception raised while storing them propagates, although the key
      * exists on the token.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param pMechanism the unwrapping mechanism; null gives
      *        {@code CKR_ARGUMENTS_BAD}
@@ -998,6 +1153,11 @@ public final class Cryptoki {
      * exception raised while storing them propagates, although the key exists
      * on the token.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param pMechanism the derivation mechanism; null gives
      *        {@code CKR_ARGUMENTS_BAD}
@@ -1019,6 +1179,11 @@ public final class Cryptoki {
     /**
      * Mixes seed material into the token's random number generator.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param pSeed the seed; null with a positive length gives
      *        {@code CKR_ARGUMENTS_BAD}, null or empty with a length of 0
@@ -1034,6 +1199,11 @@ public final class Cryptoki {
      * bytes; on {@code CKR_OK} as many of them as {@code pRandomData} holds are
      * copied into it, and the rest are dropped. On any other result the array
      * is untouched.
+     *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
      *
      * @param hSession the session
      * @param pRandomData receives the random bytes; null with a positive length
@@ -1052,6 +1222,11 @@ public final class Cryptoki {
      * Otherwise as {@link #C_CopyObject}: on {@code CKR_OK} the copy's handle
      * is stored in {@code phNewObject}, on any other result it keeps its old
      * value.
+     *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
      *
      * @param hSession the first session; null reaches the token library as the
      *        handle with all bits set
@@ -1072,6 +1247,11 @@ public final class Cryptoki {
      * here: a null array reaches the token library as a null pointer, whatever
      * length comes with it.
      *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
+     *
      * @param hSession the session
      * @param slotID the slot
      * @param pPin the security officer's PIN, or null
@@ -1088,6 +1268,11 @@ public final class Cryptoki {
     /**
      * Resets a token with the token library's {@code CT_ResetToken}: as
      * {@link #CT_InitToken} without the slot.
+     *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
      *
      * @param hSession the session
      * @param pPin the security officer's PIN, or null
@@ -1114,6 +1299,11 @@ public final class Cryptoki {
      * {@code pReceivedLen} still tells the whole length. A non-zero status is
      * the module's own report and is not turned into the result, which stays
      * {@code CKR_OK}: read it in {@code pStatus}.
+     *
+     * <p>The count-free overload of this method passes each array's length
+     * instead: a count given here goes to the token library as it is, and one
+     * larger than its array makes the token library read or write past the
+     * array's copy.
      *
      * @param hSession the session
      * @param fmNumber the functionality module; only its low 16 bits are
