@@ -13,6 +13,7 @@
 #include <iterator>
 
 #include "input.h"
+#include "mechanismCalls.h"
 #include "recordingModule.h"
 #include "standard_params.h"
 
@@ -33,31 +34,6 @@ void Hook(CK_MECHANISM_PTR mechanism) {
         memcpy(mechanism->pParameter, &gWritten, sizeof gWritten);
 }
 
-struct Entry {
-    const char* name;
-    std::function<CK_RV(CK_MECHANISM_PTR)> call;
-};
-
-CK_ATTRIBUTE gAttribute{CKA_TOKEN, nullptr, 0};
-CK_OBJECT_HANDLE gH1, gH2;
-CK_BYTE gBuffer[8];
-CK_ULONG gLength = sizeof gBuffer;
-
-const Entry kCalls[] = {
-    {"C_EncryptInit", [](CK_MECHANISM_PTR m) { return C_EncryptInit(1, m, 2); }},
-    {"C_DecryptInit", [](CK_MECHANISM_PTR m) { return C_DecryptInit(1, m, 2); }},
-    {"C_DigestInit", [](CK_MECHANISM_PTR m) { return C_DigestInit(1, m); }},
-    {"C_SignInit", [](CK_MECHANISM_PTR m) { return C_SignInit(1, m, 2); }},
-    {"C_SignRecoverInit", [](CK_MECHANISM_PTR m) { return C_SignRecoverInit(1, m, 2); }},
-    {"C_VerifyInit", [](CK_MECHANISM_PTR m) { return C_VerifyInit(1, m, 2); }},
-    {"C_VerifyRecoverInit", [](CK_MECHANISM_PTR m) { return C_VerifyRecoverInit(1, m, 2); }},
-    {"C_GenerateKey", [](CK_MECHANISM_PTR m) { return C_GenerateKey(1, m, &gAttribute, 1, &gH1); }},
-    {"C_GenerateKeyPair",
-     [](CK_MECHANISM_PTR m) { return C_GenerateKeyPair(1, m, &gAttribute, 1, &gAttribute, 1, &gH1, &gH2); }},
-    {"C_WrapKey", [](CK_MECHANISM_PTR m) { return C_WrapKey(1, m, 2, 3, gBuffer, &gLength); }},
-    {"C_UnwrapKey", [](CK_MECHANISM_PTR m) { return C_UnwrapKey(1, m, 2, gBuffer, sizeof gBuffer, &gAttribute, 1, &gH1); }},
-    {"C_DeriveKey", [](CK_MECHANISM_PTR m) { return C_DeriveKey(1, m, 2, &gAttribute, 1, &gH1); }},
-};
 
 // A pointer into the arena, one past its end, or null.
 CK_BYTE_PTR Pointer(Input& in, uint8_t* arena, size_t size) {
@@ -80,7 +56,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     uint8_t* arena = Block(size, data);
     Input in(data, size);
-    const Entry& entry = kCalls[in.Byte() % std::size(kCalls)];
+    static const std::vector<MechanismCall> calls = MechanismCalls();
+    const MechanismCall& entry = calls[in.Byte() % calls.size()];
     const uint8_t how = in.Byte();
     static const CK_MECHANISM_TYPE kTypes[] = {CKM_AES_GCM, CKM_AES_GMAC, CKM_AES_CBC};
     const CK_MECHANISM_TYPE type = (how & 3) < 3 ? kTypes[how & 3] : in.Number(8);
