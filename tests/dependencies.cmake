@@ -1,5 +1,5 @@
 # What the tests need beyond the library's own build: GoogleTest, JUnit 5
-# (Debian's jars), SoftHSM2's module and tool, OpenSSL's library and command. Sets
+# (Debian's jars), SoftHSM2's module and tool, p11-kit's trust module, OpenSSL's library and command. Sets
 # MORLIN_TEST_DEPENDENCIES_FOUND, and MORLIN_TEST_DEPENDENCIES_MISSING to the
 # Debian packages that would supply what is not there.
 set(MORLIN_TEST_DEPENDENCIES_MISSING "")
@@ -21,6 +21,13 @@ find_file(MORLIN_SOFTHSM_MODULE libsofthsm2.so
 find_program(MORLIN_SOFTHSM_UTIL softhsm2-util)
 if(NOT MORLIN_SOFTHSM_MODULE OR NOT MORLIN_SOFTHSM_UTIL)
   list(APPEND MORLIN_TEST_DEPENDENCIES_MISSING softhsm2)
+endif()
+# A write-protected token for the demo: p11-kit's trust module, whose token
+# is the system's certificate store.
+find_file(MORLIN_TRUST_MODULE p11-kit-trust.so
+  PATHS /usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}/pkcs11 NO_DEFAULT_PATH)
+if(NOT MORLIN_TRUST_MODULE)
+  list(APPEND MORLIN_TEST_DEPENDENCIES_MISSING p11-kit-modules)
 endif()
 find_package(OpenSSL QUIET COMPONENTS Crypto)
 if(NOT OpenSSL_FOUND)

@@ -5,7 +5,7 @@
 # valgrind, say) come as arguments.
 set -euo pipefail
 
-packages=(cmake make g++ pkgconf clang libclang-rt-14-dev openjdk-17-jdk-headless libgtest-dev junit5 softhsm2 libssl-dev openssl "$@")
+packages=(cmake make g++ pkgconf clang libclang-rt-14-dev openjdk-17-jdk-headless libgtest-dev junit5 softhsm2 p11-kit-modules ca-certificates libssl-dev openssl "$@")
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

@@ -193,5 +193,38 @@ TEST_F(JavaConstantsTest, WrapperNamesFollowTheTables) {
     // the library, which is not on this JVM's path and would have thrown.
 }
 
+// The read targets that Template picks by attribute type (a CK_BBOOL, a Long,
+// or bytes) agree with the utility library's classification of the same
+// types; the Java side knows four more of the bridge's own.
+TEST_F(JavaConstantsTest, ReadTargetKindsFollowTheClassification) {
+    jclass templ = findClass("kaltrix/morlin/Template");
+    jmethodID isBoolean = env->GetStaticMethodID(templ, "isBoolean", "(J)Z");
+    jmethodID isNumeric = env->GetStaticMethodID(templ, "isNumeric", "(J)Z");
+    ASSERT_TRUE(isBoolean && isNumeric);
+    const std::set<CK_ULONG> bridgeOnly = {0x200 /* SECONDARY_AUTH */, 0x201 /* AUTH_PIN_FLAGS */, 0x80000147 /* HALT_CMD */,
+                                           0x80000250 /* HIFACE_MASTER */};
+    int booleans = 0, numerics = 0;
+    for (CK_ULONG i = 0; i < ATTRIBUTE_TABLE_ROWS; ++i) {
+        const CK_ULONG type = AttributeTable[i].value;
+        SCOPED_TRACE(AttributeTable[i].name);
+        CK_BBOOL flag = CK_TRUE;
+        const CK_ATTRIBUTE row = {type, &flag, 1};
+        const bool javaBoolean = env->CallStaticBooleanMethod(templ, isBoolean, static_cast<jlong>(type));
+        ASSERT_FALSE(pending());
+        const bool javaNumeric = env->CallStaticBooleanMethod(templ, isNumeric, static_cast<jlong>(type));
+        ASSERT_FALSE(pending());
+        const bool utilityNumeric = isNumericAttrType(type) && type != 0x80000104 /* MECHANISM_LIST, an array */;
+        if (!bridgeOnly.count(type)) {
+            EXPECT_EQ(javaBoolean, isBooleanAttr(&row) != 0);
+            EXPECT_EQ(javaNumeric, utilityNumeric);
+        }
+        EXPECT_FALSE(javaBoolean && javaNumeric);
+        booleans += javaBoolean;
+        numerics += javaNumeric;
+    }
+    EXPECT_GE(booleans, 30);
+    EXPECT_GE(numerics, 35);
+}
+
 }  // namespace
 }  // namespace morlin_test

@@ -9,7 +9,7 @@ package kaltrix.morlin;
  * {@code m_value} and {@code setValue(long)} by name, so subclasses must not
  * rely on constructors or field initialisers for anything else.
  */
-public abstract class CK_ULONG_WRAPPER {
+public abstract class CK_ULONG_WRAPPER implements Cloneable {
     /** The wrapped value. */
     public long m_value;
 
@@ -38,6 +38,16 @@ public abstract class CK_ULONG_WRAPPER {
      */
     protected String valueName() {
         return null;
+    }
+
+    /** A wrapper of the same class holding the same value. */
+    @Override
+    public CK_ULONG_WRAPPER clone() {
+        try {
+            return (CK_ULONG_WRAPPER) super.clone();
+        } catch (CloneNotSupportedException e) {
+            throw new AssertionError(e);
+        }
     }
 
     /** Equal to a wrapper of exactly the same class holding the same value. */

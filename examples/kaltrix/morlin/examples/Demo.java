@@ -5,7 +5,6 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import kaltrix.morlin.CK_ATTRIBUTE;
-import kaltrix.morlin.CK_BBOOL;
 import kaltrix.morlin.CK_INFO;
 import kaltrix.morlin.CK_MECHANISM;
 import kaltrix.morlin.CK_MECHANISM_INFO;
@@ -16,7 +15,12 @@ import kaltrix.morlin.CK_SLOT_INFO;
 import kaltrix.morlin.CK_TOKEN_INFO;
 import kaltrix.morlin.CTUtil;
 import kaltrix.morlin.Cryptoki;
+import kaltrix.morlin.CryptokiException;
+import kaltrix.morlin.FindObjects;
 import kaltrix.morlin.LongRef;
+import kaltrix.morlin.Module;
+import kaltrix.morlin.Session;
+import kaltrix.morlin.Template;
 import kaltrix.morlin.constants.CK;
 import kaltrix.morlin.constants.CK_KEY_TYPE;
 import kaltrix.morlin.constants.CK_MECHANISM_TYPE;
@@ -35,9 +39,12 @@ import kaltrix.morlin.params.CK_GCM_PARAMS;
  *     kaltrix.morlin.examples.Demo [--label LABEL] [--pin USER_PIN]
  * </pre>
  *
- * <p>Every Cryptoki call returns a {@link CK_RV}; Java exceptions are kept for
- * failures on the Java side. The token is the one labelled LABEL, or else the
- * first initialised one. Without a PIN the session stays public.
+ * <p>The frame is made of the classes that close and throw: {@link Module},
+ * {@link Session}, {@link FindObjects}, {@link Template}. Underneath, every
+ * Cryptoki native returns a {@link CK_RV}, and the listings and the
+ * cryptography call the natives raw to show those answers. The token is the
+ * one labelled LABEL, or else the first initialised one. Without a PIN the
+ * session stays public; on a write-protected token it is read-only.
  */
 public final class Demo {
     private Demo() {
@@ -60,23 +67,28 @@ public final class Demo {
     }
 
     private static boolean run(String label, String pin) {
-        // C_Initialize first, C_Finalize last. No arguments: this program
-        // calls the token library from one thread only.
+        // Module.initialize() is C_Initialize without arguments: this program
+        // calls the token library from one thread only. Leaving the block
+        // closes the session and then calls C_Finalize. A call that fails is
+        // thrown as a CryptokiException naming the call and its CKR_ value.
         System.out.println("morlin: a PKCS#11 token library seen from Java");
-        if (!ok("C_Initialize", Cryptoki.C_Initialize(null))) {
-            return false;
-        }
-        try {
+        try (Module module = Module.initialize()) {
             libraryInformation();
             long slot = slotsAndTokens(label);
             if (slot < 0) {
                 return false;
             }
             mechanisms(slot);
-            return session(slot, pin);
-        } finally {
+            boolean good;
+            try (Session session = openSession(module, slot)) {
+                good = session(session, pin);
+            }
+            line("Close", "CKR_OK");
+            return good;
+        } catch (CryptokiException e) {
             System.out.println();
-            line("Finalize", describe(Cryptoki.C_Finalize(null)));
+            System.out.println("Stopped: " + e.getMessage() + describeMessage(e.getReturnValue()));
+            return false;
         }
     }
 
@@ -170,100 +182,96 @@ public final class Demo {
         }
     }
 
-    private static boolean session(long slot, String pin) {
+    /**
+     * A read-write session, so that the demo can make objects; a token that is
+     * write-protected (a trust store, a card locked against changes) refuses
+     * one with CKR_TOKEN_WRITE_PROTECTED, and then a read-only session does:
+     * it can still read the token and make session objects.
+     */
+    private static Session openSession(Module module, long slot) {
         heading("Session on slot " + hex(slot));
-        CK_SESSION_HANDLE session = new CK_SESSION_HANDLE();
-        // pApplication and Notify: no notification reaches Java, so both null.
-        if (!ok("C_OpenSession", Cryptoki.C_OpenSession(slot, CK.CKF_SERIAL_SESSION | CK.CKF_RW_SESSION,
-                null, null, session))) {
-            return false;
-        }
-        boolean good = true;
         try {
-            line("Handle", hex(session.m_value));
-            sessionState(session);
-            if (pin == null) {
-                System.out.println("  No PIN given (--pin): the session stays public.");
-                objects(session);
-                return true;
+            return module.openSession(slot, true);
+        } catch (CryptokiException e) {
+            if (e.getReturnValue() != CK.CKR_TOKEN_WRITE_PROTECTED) {
+                throw e;
             }
-            // A wrong PIN is a Cryptoki answer, not an exception.
-            byte[] wrong = "not-the-pin".getBytes(StandardCharsets.UTF_8);
-            CK_RV rv = Cryptoki.C_Login(session, new CK_USER_TYPE(CK.CKU_USER), wrong, wrong.length);
-            line("Login, wrong PIN", describe(rv));
-
-            byte[] pinBytes = pin.getBytes(StandardCharsets.UTF_8);
-            rv = Cryptoki.C_Login(session, new CK_USER_TYPE(CK.CKU_USER), pinBytes, pinBytes.length);
-            line("Login as user", describe(rv));
-            good = rv.isOk();
-            if (good) {
-                sessionState(session);
-                objects(session);
-                good = cryptography(session);
-                heading("Leaving the session");
-                line("Logout", describe(Cryptoki.C_Logout(session)));
-            }
-            return good;
-        } finally {
-            line("Close", describe(Cryptoki.C_CloseSession(session)));
+            line("Read/write session", describe(new CK_RV(e.getReturnValue())) + ", so read-only");
+            return module.openSession(slot, false);
         }
     }
+
+    private static boolean session(Session session, String pin) {
+        line("Handle", hex(session.handle().m_value));
+        sessionState(session.handle());
+        if (pin == null) {
+            System.out.println("  No PIN given (--pin): the session stays public.");
+            objects(session);
+            return true;
+        }
+        // A wrong PIN, called raw: a Cryptoki answer is a CK_RV, not an
+        // exception. The count-free overload passes the array's length.
+        byte[] wrong = Cryptoki.pin("not-the-pin");
+        line("Login, wrong PIN", describe(Cryptoki.C_Login(session.handle(), new CK_USER_TYPE(CK.CKU_USER), wrong)));
+
+        session.login(CK.CKU_USER, Cryptoki.pin(pin));
+        line("Login as user", "CKR_OK");
+        sessionState(session.handle());
+        objects(session);
+        boolean good = cryptography(session);
+        heading("Leaving the session");
+        Cryptoki.C_Logout(session.handle()).check("C_Logout");
+        line("Logout", "CKR_OK");
+        return good;
+    }
+
+    /** At most this many objects are listed; a trust store holds hundreds. */
+    private static final int LISTED = 40;
 
     /**
      * Makes a data object that lives as long as the session, then lists every
      * object the session can see: the token's public objects, its private
      * ones once logged in, and the session's own.
      */
-    private static void objects(CK_SESSION_HANDLE session) {
-        // A template is an array of CK_ATTRIBUTE; each constructor computes
-        // the length the token library sees from the value.
-        CK_ATTRIBUTE[] template = {
-            new CK_ATTRIBUTE(CK.CKA_CLASS, new CK_OBJECT_CLASS(CK.CKO_DATA)),
-            new CK_ATTRIBUTE(CK.CKA_TOKEN, new CK_BBOOL(false)),
-            new CK_ATTRIBUTE(CK.CKA_PRIVATE, new CK_BBOOL(false)),
-            new CK_ATTRIBUTE(CK.CKA_LABEL, "morlin demo data"),
-            new CK_ATTRIBUTE(CK.CKA_VALUE, "made by Demo.java".getBytes(StandardCharsets.UTF_8)),
-        };
+    private static void objects(Session session) {
+        // Template gives each attribute the length the token library needs:
+        // a boolean is a one-byte CK_BBOOL, a String its UTF-8 bytes.
+        CK_ATTRIBUTE[] template = Template.of()
+                .add(CK.CKA_CLASS, new CK_OBJECT_CLASS(CK.CKO_DATA))
+                .add(CK.CKA_TOKEN, false)
+                .add(CK.CKA_PRIVATE, false)
+                .add(CK.CKA_LABEL, "morlin demo data")
+                .add(CK.CKA_VALUE, "made by Demo.java".getBytes(StandardCharsets.UTF_8))
+                .toArray();
+        // Called raw, as a module may not keep session objects at all.
         CK_OBJECT_HANDLE made = new CK_OBJECT_HANDLE();
-        CK_RV rv = Cryptoki.C_CreateObject(session, template, template.length, made);
+        CK_RV rv = Cryptoki.C_CreateObject(session.handle(), template, made);
         line("Create data object", describe(rv) + (rv.isOk() ? ", handle " + hex(made.m_value) : ""));
 
-        // A null template with count 0 matches every object. The handles come
-        // in batches, into the CK_OBJECT_HANDLE objects the array holds.
-        if (!ok("C_FindObjectsInit", Cryptoki.C_FindObjectsInit(session, null, 0))) {
-            return;
+        // No template matches every object; closing the search calls
+        // C_FindObjectsFinal.
+        List<CK_OBJECT_HANDLE> found;
+        try (FindObjects search = session.findObjects()) {
+            found = search.all();
         }
-        List<CK_OBJECT_HANDLE> found = new ArrayList<>();
-        CK_OBJECT_HANDLE[] batch = new CK_OBJECT_HANDLE[8];
-        LongRef count = new LongRef();
-        do {
-            // Fresh wrappers for each batch: the list keeps those of the last.
-            for (int i = 0; i < batch.length; i++) {
-                batch[i] = new CK_OBJECT_HANDLE();
-            }
-            if (!ok("C_FindObjects", Cryptoki.C_FindObjects(session, batch, batch.length, count))) {
-                break;
-            }
-            found.addAll(Arrays.asList(batch).subList(0, (int) count.value));
-        } while (count.value > 0);
-        ok("C_FindObjectsFinal", Cryptoki.C_FindObjectsFinal(session));
-
         line("Objects", found.size() + (found.isEmpty() ? ": the session sees none" : ""));
         if (found.isEmpty()) {
             return;
         }
         System.out.printf("    %-10s %-18s %-12s %s%n", "Handle", "Class", "Key type", "Label");
-        for (CK_OBJECT_HANDLE object : found) {
-            // The wrappers' toString gives the CKO_ and CKK_ names. A data
+        for (CK_OBJECT_HANDLE object : found.subList(0, Math.min(found.size(), LISTED))) {
+            // getAttributes reads into targets of its own: the class as a Long,
+            // the label in two calls (its length, then its bytes). A data
             // object has no key type: the token says CKR_ATTRIBUTE_TYPE_INVALID,
-            // delivers the class anyway and marks the key type with length -1.
-            CK_ATTRIBUTE[] kind = {
-                new CK_ATTRIBUTE(CK.CKA_CLASS, new CK_OBJECT_CLASS()),
-                new CK_ATTRIBUTE(CK.CKA_KEY_TYPE, new CK_KEY_TYPE()),
-            };
-            Cryptoki.C_GetAttributeValue(session, object, kind, kind.length);
-            System.out.printf("    %-10s %-18s %-12s %s%n", hex(object.m_value), known(kind[0]), known(kind[1]),
-                    label(session, object));
+            // delivers the rest anyway and marks the key type with length -1.
+            CK_ATTRIBUTE[] a = session.getAttributes(object, CK.CKA_CLASS, CK.CKA_KEY_TYPE, CK.CKA_LABEL);
+            System.out.printf("    %-10s %-18s %-12s %s%n", hex(object.m_value),
+                    a[0].valueLen < 0 ? "-" : new CK_OBJECT_CLASS(a[0].longValue()),
+                    a[1].valueLen < 0 ? "-" : new CK_KEY_TYPE(a[1].longValue()),
+                    a[2].valueLen < 0 ? "-" : '"' + a[2].string() + '"');
+        }
+        if (found.size() > LISTED) {
+            System.out.printf("    ... and %d more%n", found.size() - LISTED);
         }
     }
 
@@ -273,17 +281,22 @@ public final class Demo {
      * SHA-256 digest and verifies the signature. Returns whether every call
      * gave the answer expected.
      */
-    private static boolean cryptography(CK_SESSION_HANDLE session) {
+    private static boolean cryptography(Session owner) {
         heading("Cryptography");
-        CK_ATTRIBUTE[] aesTemplate = {
-            new CK_ATTRIBUTE(CK.CKA_TOKEN, false),
-            new CK_ATTRIBUTE(CK.CKA_VALUE_LEN, 32L),
-            new CK_ATTRIBUTE(CK.CKA_ENCRYPT, true),
-            new CK_ATTRIBUTE(CK.CKA_DECRYPT, true),
-            new CK_ATTRIBUTE(CK.CKA_LABEL, "morlin demo AES key"),
-        };
+        // From here on the natives are called raw, on the session's handle,
+        // each CK_RV shown: the calls the classes above are made of.
+        CK_SESSION_HANDLE session = owner.handle();
+        CK_ATTRIBUTE[] aesTemplate = Template.of()
+                .add(CK.CKA_TOKEN, false)
+                .add(CK.CKA_VALUE_LEN, 32)
+                .add(CK.CKA_ENCRYPT, true)
+                .add(CK.CKA_DECRYPT, true)
+                .add(CK.CKA_LABEL, "morlin demo AES key")
+                .toArray();
         CK_OBJECT_HANDLE aes = new CK_OBJECT_HANDLE();
-        // A mechanism without a parameter takes just its type.
+        // A mechanism without a parameter takes just its type. The raw native
+        // takes a count beside each array; it is passed to the token library
+        // as it stands, so a count above the array's length reads past it.
         CK_RV rv = Cryptoki.C_GenerateKey(session, new CK_MECHANISM(CK.CKM_AES_KEY_GEN), aesTemplate,
                 aesTemplate.length, aes);
         line("Generate AES key", describe(rv) + (rv.isOk() ? ", handle " + hex(aes.m_value) : ""));
@@ -327,15 +340,12 @@ public final class Demo {
         line("Decrypted", '"' + new String(opened, StandardCharsets.UTF_8) + "\", equal to the plaintext");
 
         // An EC key pair: the curve goes in as the DER encoding of its OID.
-        CK_ATTRIBUTE[] publicTemplate = {
-            new CK_ATTRIBUTE(CK.CKA_TOKEN, false),
-            new CK_ATTRIBUTE(CK.CKA_VERIFY, true),
-            new CK_ATTRIBUTE(CK.CKA_EC_PARAMS, PRIME256V1),
-        };
-        CK_ATTRIBUTE[] privateTemplate = {
-            new CK_ATTRIBUTE(CK.CKA_TOKEN, false),
-            new CK_ATTRIBUTE(CK.CKA_SIGN, true),
-        };
+        CK_ATTRIBUTE[] publicTemplate = Template.of()
+                .add(CK.CKA_TOKEN, false)
+                .add(CK.CKA_VERIFY, true)
+                .add(CK.CKA_EC_PARAMS, PRIME256V1)
+                .toArray();
+        CK_ATTRIBUTE[] privateTemplate = Template.of().add(CK.CKA_TOKEN, false).add(CK.CKA_SIGN, true).toArray();
         CK_OBJECT_HANDLE publicKey = new CK_OBJECT_HANDLE();
         CK_OBJECT_HANDLE privateKey = new CK_OBJECT_HANDLE();
         rv = Cryptoki.C_GenerateKeyPair(session, new CK_MECHANISM(CK.CKM_EC_KEY_PAIR_GEN), publicTemplate,
@@ -403,24 +413,6 @@ public final class Demo {
         return Arrays.copyOf(out, (int) length.value);
     }
 
-    /** The value of an attribute that the token delivered, or "-". */
-    private static String known(CK_ATTRIBUTE attribute) {
-        return attribute.valueLen == CK.CK_UNAVAILABLE_INFORMATION ? "-" : attribute.pValue.toString();
-    }
-
-    /** The label in the two-call pattern: its length first, then the bytes. */
-    private static String label(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object) {
-        CK_ATTRIBUTE[] label = {new CK_ATTRIBUTE(CK.CKA_LABEL)};
-        if (!Cryptoki.C_GetAttributeValue(session, object, label, 1).isOk() || label[0].valueLen < 0) {
-            return "-";
-        }
-        label[0].pValue = new byte[(int) label[0].valueLen];
-        if (!Cryptoki.C_GetAttributeValue(session, object, label, 1).isOk()) {
-            return "-";
-        }
-        return '"' + label[0].string() + '"';
-    }
-
     private static void sessionState(CK_SESSION_HANDLE session) {
         CK_SESSION_INFO info = new CK_SESSION_INFO();
         if (ok("C_GetSessionInfo", Cryptoki.C_GetSessionInfo(session, info))) {
@@ -451,6 +443,13 @@ public final class Demo {
                 ? " (" + new String(text, 0, (int) length.value, StandardCharsets.US_ASCII) + ")"
                 : "";
         return rv + message;
+    }
+
+    /** The utility library's message for a return value, in brackets. */
+    private static String describeMessage(long rv) {
+        String text = describe(new CK_RV(rv));
+        int message = text.indexOf(" (");
+        return message < 0 ? "" : text.substring(message);
     }
 
     private static boolean ok(String function, CK_RV rv) {

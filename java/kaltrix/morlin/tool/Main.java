@@ -25,6 +25,7 @@ import kaltrix.morlin.FindObjects;
 import kaltrix.morlin.LongRef;
 import kaltrix.morlin.Module;
 import kaltrix.morlin.Session;
+import kaltrix.morlin.Template;
 import kaltrix.morlin.constants.CK;
 import kaltrix.morlin.constants.CK_ATTRIBUTE_TYPE;
 import kaltrix.morlin.constants.CK_MECHANISM_TYPE;
@@ -222,13 +223,11 @@ public final class Main {
     private void objects(Session session) {
         try (FindObjects search = session.findObjects()) {
             for (CK_OBJECT_HANDLE object : search.all()) {
-                CK_ATTRIBUTE[] read = {CK_ATTRIBUTE.readLong(CK.CKA_CLASS), CK_ATTRIBUTE.readBytes(CK.CKA_LABEL, 256)};
-                Cryptoki.C_GetAttributeValue(session.handle(), object, read).check("C_GetAttributeValue");
-                CK_ATTRIBUTE[] keyType = {CK_ATTRIBUTE.readLong(CK.CKA_KEY_TYPE)};
-                boolean key = Cryptoki.C_GetAttributeValue(session.handle(), object, keyType).isOk();
+                CK_ATTRIBUTE[] read = session.getAttributes(object, CK.CKA_CLASS, CK.CKA_KEY_TYPE, CK.CKA_LABEL);
+                boolean key = read[1].valueLen >= 0;
                 out.printf("%-8d %-12s %-6s %s%n", object.m_value, name(new CK_OBJECT_CLASS(read[0].longValue())),
-                        key ? name(new kaltrix.morlin.constants.CK_KEY_TYPE(keyType[0].longValue())) : "",
-                        read[1].string());
+                        key ? name(new kaltrix.morlin.constants.CK_KEY_TYPE(read[1].longValue())) : "",
+                        read[2].string());
             }
         }
     }
@@ -236,12 +235,11 @@ public final class Main {
     // ---- keys and files ----------------------------------------------------------------
 
     private void generate(Session session, String kind, String size, String label) {
-        byte[] name = label.getBytes(StandardCharsets.UTF_8);
         CK_OBJECT_HANDLE key = new CK_OBJECT_HANDLE();
         if (kind.equals("aes")) {
-            CK_ATTRIBUTE[] template = {new CK_ATTRIBUTE(CK.CKA_TOKEN, true), new CK_ATTRIBUTE(CK.CKA_LABEL, name),
-                new CK_ATTRIBUTE(CK.CKA_VALUE_LEN, Long.parseLong(size) / 8), new CK_ATTRIBUTE(CK.CKA_ENCRYPT, true),
-                new CK_ATTRIBUTE(CK.CKA_DECRYPT, true)};
+            CK_ATTRIBUTE[] template = Template.of().add(CK.CKA_TOKEN, true).add(CK.CKA_LABEL, label)
+                    .add(CK.CKA_VALUE_LEN, Long.parseLong(size) / 8).add(CK.CKA_ENCRYPT, true)
+                    .add(CK.CKA_DECRYPT, true).toArray();
             Cryptoki.C_GenerateKey(session.handle(), new CK_MECHANISM(CK.CKM_AES_KEY_GEN), template, key)
                     .check("C_GenerateKey");
             out.println("AES key " + key.m_value);
@@ -254,10 +252,10 @@ public final class Main {
             }
             byte[] params = new byte[(int) length.value];
             CTUtil.CTU_DerEncodeNamedCurve(curve, params, length);
-            CK_ATTRIBUTE[] publicKey = {new CK_ATTRIBUTE(CK.CKA_TOKEN, true), new CK_ATTRIBUTE(CK.CKA_LABEL, name),
-                new CK_ATTRIBUTE(CK.CKA_VERIFY, true), new CK_ATTRIBUTE(CK.CKA_EC_PARAMS, params)};
-            CK_ATTRIBUTE[] privateKey = {new CK_ATTRIBUTE(CK.CKA_TOKEN, true), new CK_ATTRIBUTE(CK.CKA_LABEL, name),
-                new CK_ATTRIBUTE(CK.CKA_SIGN, true), new CK_ATTRIBUTE(CK.CKA_PRIVATE, true)};
+            Template common = Template.of().add(CK.CKA_TOKEN, true).add(CK.CKA_LABEL, label);
+            CK_ATTRIBUTE[] publicKey = Template.of(common.toArray()).add(CK.CKA_VERIFY, true)
+                    .add(CK.CKA_EC_PARAMS, params).toArray();
+            CK_ATTRIBUTE[] privateKey = common.add(CK.CKA_SIGN, true).add(CK.CKA_PRIVATE, true).toArray();
             CK_OBJECT_HANDLE pair = new CK_OBJECT_HANDLE();
             Cryptoki.C_GenerateKeyPair(session.handle(), new CK_MECHANISM(CK.CKM_EC_KEY_PAIR_GEN), publicKey,
                     privateKey, key, pair).check("C_GenerateKeyPair");
@@ -337,13 +335,13 @@ public final class Main {
             // The first of the objects so labelled that has the attribute:
             // a key pair's halves and a secret key may share a label.
             for (CK_OBJECT_HANDLE object : search.all()) {
-                CK_ATTRIBUTE[] read = {new CK_ATTRIBUTE(type)};
-                if (!Cryptoki.C_GetAttributeValue(session.handle(), object, read).isOk() || read[0].valueLen < 0) {
+                CK_ATTRIBUTE read = session.getAttributes(object, type.m_value)[0];
+                if (read.valueLen < 0) {
                     continue;
                 }
-                read[0].pValue = new byte[(int) read[0].valueLen];
-                Cryptoki.C_GetAttributeValue(session.handle(), object, read).check("C_GetAttributeValue");
-                out.println(HexFormat.of().formatHex(read[0].bytes()));
+                out.println(read.pValue instanceof byte[] ? HexFormat.of().formatHex(read.bytes())
+                        : read.pValue instanceof Object[] ? Arrays.toString((Object[]) read.pValue)
+                        : String.valueOf(read.pValue));
                 return;
             }
         }
