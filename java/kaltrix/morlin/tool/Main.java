@@ -98,6 +98,13 @@ public final class Main {
         } catch (CryptokiException | IOException | GeneralSecurityException e) {
             err.println("morlin-tool: " + e.getMessage());
             return 1;
+        } catch (UnsatisfiedLinkError e) {
+            // libmorlin.so itself, or the libcryptoki.so it needs, not found.
+            err.println("morlin-tool: " + e.getMessage());
+            err.println("morlin-tool: name a PKCS#11 module with MORLIN_PKCS11_MODULE (the launcher puts the"
+                    + " forwarding libcryptoki.so in front), or put the directory of a libcryptoki.so on"
+                    + " LD_LIBRARY_PATH");
+            return 1;
         }
     }
 
@@ -113,31 +120,31 @@ public final class Main {
             case "slots" -> slots(module);
             case "mechanisms" -> mechanisms(slot(module));
             case "objects" -> {
-                try (Session s = session(module)) {
+                try (Session s = session(module, false)) {
                     objects(s);
                 }
             }
             case "genkey" -> {
                 expect(a, 3, "genkey aes|ec SIZE_OR_CURVE LABEL");
-                try (Session s = session(module)) {
+                try (Session s = session(module, true)) {
                     generate(s, a.get(0), a.get(1), a.get(2));
                 }
             }
             case "encrypt", "decrypt" -> {
                 expect(a, 3, name + " LABEL IN OUT");
-                try (Session s = session(module)) {
+                try (Session s = session(module, false)) {
                     crypt(s, name.equals("encrypt"), a.get(0), Path.of(a.get(1)), Path.of(a.get(2)));
                 }
             }
             case "sign", "verify" -> {
                 expect(a, 3, name + " LABEL IN SIGNATURE");
-                try (Session s = session(module)) {
+                try (Session s = session(module, false)) {
                     return signOrVerify(s, name.equals("sign"), a.get(0), Path.of(a.get(1)), Path.of(a.get(2)));
                 }
             }
             case "attribute" -> {
                 expect(a, 2, "attribute LABEL NAME");
-                try (Session s = session(module)) {
+                try (Session s = session(module, false)) {
                     attribute(s, a.get(0), a.get(1));
                 }
             }
@@ -168,8 +175,10 @@ public final class Main {
         throw new IllegalArgumentException(tokenLabel == null ? "no token" : "no token labelled " + tokenLabel);
     }
 
-    private Session session(Module module) {
-        Session session = module.openSession(slot(module), true);
+    // Read-write only to make keys: a read-only session also works on a
+    // write-protected token, and can still use and read its objects.
+    private Session session(Module module, boolean readWrite) {
+        Session session = module.openSession(slot(module), readWrite);
         if (pin != null) {
             session.login(CK.CKU_USER, pin);
         }
@@ -225,7 +234,7 @@ public final class Main {
             for (CK_OBJECT_HANDLE object : search.all()) {
                 CK_ATTRIBUTE[] read = session.getAttributes(object, CK.CKA_CLASS, CK.CKA_KEY_TYPE, CK.CKA_LABEL);
                 boolean key = read[1].valueLen >= 0;
-                out.printf("%-8d %-12s %-6s %s%n", object.m_value, name(new CK_OBJECT_CLASS(read[0].longValue())),
+                out.printf("%-8d %-18s %-6s %s%n", object.m_value, name(new CK_OBJECT_CLASS(read[0].longValue())),
                         key ? name(new kaltrix.morlin.constants.CK_KEY_TYPE(read[1].longValue())) : "",
                         read[2].string());
             }
