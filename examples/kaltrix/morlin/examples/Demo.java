@@ -18,7 +18,7 @@ import kaltrix.morlin.Cryptoki;
 import kaltrix.morlin.CryptokiException;
 import kaltrix.morlin.FindObjects;
 import kaltrix.morlin.LongRef;
-import kaltrix.morlin.Module;
+import kaltrix.morlin.TokenLibrary;
 import kaltrix.morlin.Session;
 import kaltrix.morlin.Template;
 import kaltrix.morlin.constants.CK;
@@ -39,7 +39,7 @@ import kaltrix.morlin.params.CK_GCM_PARAMS;
  *     kaltrix.morlin.examples.Demo [--label LABEL] [--pin USER_PIN]
  * </pre>
  *
- * <p>The frame is made of the classes that close and throw: {@link Module},
+ * <p>The frame is made of the classes that close and throw: {@link TokenLibrary},
  * {@link Session}, {@link FindObjects}, {@link Template}. Underneath, every
  * Cryptoki native returns a {@link CK_RV}, and the listings and the
  * cryptography call the natives raw to show those answers. The token is the
@@ -67,12 +67,12 @@ public final class Demo {
     }
 
     private static boolean run(String label, String pin) {
-        // Module.initialize() is C_Initialize without arguments: this program
+        // TokenLibrary.initialize() is C_Initialize without arguments: this program
         // calls the token library from one thread only. Leaving the block
         // closes the session and then calls C_Finalize. A call that fails is
         // thrown as a CryptokiException naming the call and its CKR_ value.
         System.out.println("morlin: a PKCS#11 token library seen from Java");
-        try (Module module = Module.initialize()) {
+        try (TokenLibrary library = TokenLibrary.initialize()) {
             libraryInformation();
             long slot = slotsAndTokens(label);
             if (slot < 0) {
@@ -80,7 +80,7 @@ public final class Demo {
             }
             mechanisms(slot);
             boolean good;
-            try (Session session = openSession(module, slot)) {
+            try (Session session = openSession(library, slot)) {
                 good = session(session, pin);
             }
             line("Close", "CKR_OK");
@@ -188,16 +188,16 @@ public final class Demo {
      * one with CKR_TOKEN_WRITE_PROTECTED, and then a read-only session does:
      * it can still read the token and make session objects.
      */
-    private static Session openSession(Module module, long slot) {
+    private static Session openSession(TokenLibrary library, long slot) {
         heading("Session on slot " + hex(slot));
         try {
-            return module.openSession(slot, true);
+            return library.openSession(slot, true);
         } catch (CryptokiException e) {
             if (e.getReturnValue() != CK.CKR_TOKEN_WRITE_PROTECTED) {
                 throw e;
             }
             line("Read/write session", describe(new CK_RV(e.getReturnValue())) + ", so read-only");
-            return module.openSession(slot, false);
+            return library.openSession(slot, false);
         }
     }
 

@@ -23,7 +23,7 @@ import kaltrix.morlin.Cryptoki;
 import kaltrix.morlin.CryptokiException;
 import kaltrix.morlin.FindObjects;
 import kaltrix.morlin.LongRef;
-import kaltrix.morlin.Module;
+import kaltrix.morlin.TokenLibrary;
 import kaltrix.morlin.Session;
 import kaltrix.morlin.Template;
 import kaltrix.morlin.constants.CK;
@@ -40,7 +40,7 @@ import kaltrix.morlin.constants.CK_RV;
  */
 public final class Main {
     private static final String USAGE = String.join("\n",
-            "usage: java -jar morlin.jar [--slot N | --label TOKEN] [--pin PIN] COMMAND [ARGS]",
+            "usage: morlin-tool [--slot N | --label TOKEN] [--pin PIN] COMMAND [ARGS]   (or: java -jar morlin.jar ...)",
             "  slots                        slots and the tokens in them",
             "  mechanisms                   the token's mechanisms, key sizes and flags",
             "  objects                      the objects a session sees: class, key type, label",
@@ -50,8 +50,10 @@ public final class Main {
             "  decrypt LABEL IN OUT         the reverse of encrypt",
             "  sign LABEL IN SIGNATURE      ECDSA over SHA-256 of IN; SIGNATURE is r then s",
             "  verify LABEL IN SIGNATURE    exits 0 if the signature verifies, 1 if not",
-            "  attribute LABEL NAME         an attribute of an object labelled LABEL that has it, in hex (NAME: CKA_ID, ...)",
-            "The token is the one in slot N, the one labelled TOKEN, or the first there is.");
+            "  attribute LABEL NAME         an attribute of an object labelled LABEL that has it, bytes in hex (NAME: CKA_ID, ...)",
+            "The token is the one in slot N, the one labelled TOKEN, or the first there is. Only genkey",
+            "opens a read-write session. The token library is the libcryptoki.so the loader finds; the",
+            "installed morlin-tool puts the forwarder in front when MORLIN_PKCS11_MODULE names a module.");
 
     private final PrintStream out;
     private Long slot;
@@ -88,8 +90,8 @@ public final class Main {
             if (rest.isEmpty()) {
                 throw new IllegalArgumentException("no command");
             }
-            try (Module module = Module.initialize()) {
-                return main.command(module, rest.remove(0), rest);
+            try (TokenLibrary library = TokenLibrary.initialize()) {
+                return main.command(library, rest.remove(0), rest);
             }
         } catch (IllegalArgumentException e) {
             err.println("morlin-tool: " + e.getMessage());
@@ -115,36 +117,36 @@ public final class Main {
         return rest.remove(0);
     }
 
-    private int command(Module module, String name, List<String> a) throws IOException, GeneralSecurityException {
+    private int command(TokenLibrary library, String name, List<String> a) throws IOException, GeneralSecurityException {
         switch (name) {
-            case "slots" -> slots(module);
-            case "mechanisms" -> mechanisms(slot(module));
+            case "slots" -> slots(library);
+            case "mechanisms" -> mechanisms(slot(library));
             case "objects" -> {
-                try (Session s = session(module, false)) {
+                try (Session s = session(library, false)) {
                     objects(s);
                 }
             }
             case "genkey" -> {
                 expect(a, 3, "genkey aes|ec SIZE_OR_CURVE LABEL");
-                try (Session s = session(module, true)) {
+                try (Session s = session(library, true)) {
                     generate(s, a.get(0), a.get(1), a.get(2));
                 }
             }
             case "encrypt", "decrypt" -> {
                 expect(a, 3, name + " LABEL IN OUT");
-                try (Session s = session(module, false)) {
+                try (Session s = session(library, false)) {
                     crypt(s, name.equals("encrypt"), a.get(0), Path.of(a.get(1)), Path.of(a.get(2)));
                 }
             }
             case "sign", "verify" -> {
                 expect(a, 3, name + " LABEL IN SIGNATURE");
-                try (Session s = session(module, false)) {
+                try (Session s = session(library, false)) {
                     return signOrVerify(s, name.equals("sign"), a.get(0), Path.of(a.get(1)), Path.of(a.get(2)));
                 }
             }
             case "attribute" -> {
                 expect(a, 2, "attribute LABEL NAME");
-                try (Session s = session(module, false)) {
+                try (Session s = session(library, false)) {
                     attribute(s, a.get(0), a.get(1));
                 }
             }
@@ -161,11 +163,11 @@ public final class Main {
 
     // ---- token and session -------------------------------------------------------------
 
-    private long slot(Module module) {
+    private long slot(TokenLibrary library) {
         if (slot != null) {
             return slot;
         }
-        for (long s : module.slots(true)) {
+        for (long s : library.slots(true)) {
             CK_TOKEN_INFO token = new CK_TOKEN_INFO();
             Cryptoki.C_GetTokenInfo(s, token).check("C_GetTokenInfo");
             if (tokenLabel == null || Arrays.equals(token.label, Cryptoki.label(tokenLabel))) {
@@ -177,8 +179,8 @@ public final class Main {
 
     // Read-write only to make keys: a read-only session also works on a
     // write-protected token, and can still use and read its objects.
-    private Session session(Module module, boolean readWrite) {
-        Session session = module.openSession(slot(module), readWrite);
+    private Session session(TokenLibrary library, boolean readWrite) {
+        Session session = library.openSession(slot(library), readWrite);
         if (pin != null) {
             session.login(CK.CKU_USER, pin);
         }
@@ -187,8 +189,8 @@ public final class Main {
 
     // ---- listing -----------------------------------------------------------------------
 
-    private void slots(Module module) {
-        for (long s : module.slots(false)) {
+    private void slots(TokenLibrary library) {
+        for (long s : library.slots(false)) {
             CK_SLOT_INFO info = new CK_SLOT_INFO();
             Cryptoki.C_GetSlotInfo(s, info).check("C_GetSlotInfo");
             out.printf("slot %d: %s%n", s, text(info.slotDescription));

@@ -16,7 +16,7 @@ import kaltrix.morlin.CK_OBJECT_HANDLE;
 import kaltrix.morlin.Cryptoki;
 import kaltrix.morlin.CryptokiException;
 import kaltrix.morlin.FindObjects;
-import kaltrix.morlin.Module;
+import kaltrix.morlin.TokenLibrary;
 import kaltrix.morlin.Session;
 import kaltrix.morlin.Template;
 import kaltrix.morlin.constants.CK;
@@ -36,7 +36,7 @@ class ResourcesOnSoftHsmTest {
     @Test
     void searchSessionAndModuleCloseInTurn() {
         byte[] label = "resource".getBytes(StandardCharsets.US_ASCII);
-        try (Module module = Module.initialize(); Session session = module.openSession(SoftHsmToken.slot(), true)) {
+        try (TokenLibrary library = TokenLibrary.initialize(); Session session = library.openSession(SoftHsmToken.slot(), true)) {
             session.login(CK.CKU_USER, SoftHsmToken.USER_PIN);
             Set<Long> made = new HashSet<>();
             for (int i = 0; i < 20; i++) {
@@ -65,7 +65,7 @@ class ResourcesOnSoftHsmTest {
     /** The overloads without counts pass each array's length. */
     @Test
     void countsFromTheArrays() {
-        try (Module module = Module.initialize(); Session session = module.openSession(SoftHsmToken.slot(), true)) {
+        try (TokenLibrary library = TokenLibrary.initialize(); Session session = library.openSession(SoftHsmToken.slot(), true)) {
             session.login(CK.CKU_USER, SoftHsmToken.USER_PIN);
             byte[] random = new byte[40];
             Cryptoki.C_GenerateRandom(session.handle(), random).check();
@@ -87,7 +87,7 @@ class ResourcesOnSoftHsmTest {
      */
     @Test
     void templatesCreateAndGetAttributesReadEachKind() {
-        try (Module module = Module.initialize(); Session session = module.openSession(SoftHsmToken.slot(), true)) {
+        try (TokenLibrary library = TokenLibrary.initialize(); Session session = library.openSession(SoftHsmToken.slot(), true)) {
             session.login(CK.CKU_USER, SoftHsmToken.USER_PIN);
             Template secret = Template.of().add(CK.CKA_TOKEN, false).add(CK.CKA_SENSITIVE, true)
                     .add(CK.CKA_VALUE_LEN, 24).add(CK.CKA_LABEL, "schlüssel");
@@ -120,14 +120,14 @@ class ResourcesOnSoftHsmTest {
 
     @Test
     void failuresThrowNamingTheCallAndClosingTwiceClosesOnce() {
-        try (Module module = Module.initialize()) {
-            CryptokiException e = assertThrows(CryptokiException.class, Module::initialize);
+        try (TokenLibrary library = TokenLibrary.initialize()) {
+            CryptokiException e = assertThrows(CryptokiException.class, TokenLibrary::initialize);
             assertEquals("C_Initialize: CKR_CRYPTOKI_ALREADY_INITIALIZED", e.getMessage());
-            Session session = module.openSession(SoftHsmToken.slot(), false);
+            Session session = library.openSession(SoftHsmToken.slot(), false);
             session.close();
             session.close();
             long slot = SoftHsmToken.slot();
-            assertTrue(LongStream.of(module.slots(true)).anyMatch(s -> s == slot));
+            assertTrue(LongStream.of(library.slots(true)).anyMatch(s -> s == slot));
         }
     }
 }

@@ -4,25 +4,25 @@ import java.util.Arrays;
 
 /**
  * The token library, initialised for as long as this object is open:
- * {@code try (Module module = Module.initialize()) { ... }} calls
+ * {@code try (TokenLibrary library = TokenLibrary.initialize()) { ... }} calls
  * {@code C_Initialize} and, on leaving the block, {@code C_Finalize}.
  * Failures of either are thrown as {@link CryptokiException}.
  */
-public final class Module implements AutoCloseable {
+public final class TokenLibrary implements AutoCloseable {
     private boolean open = true;
 
-    private Module() {
+    private TokenLibrary() {
     }
 
     /** {@code C_Initialize} with no arguments: the calling application promises one thread at a time. */
-    public static Module initialize() {
+    public static TokenLibrary initialize() {
         return initialize(null);
     }
 
     /** {@code C_Initialize} with the given arguments, such as {@link CK_C_INITIALIZE_ARGS#withReentrantLocks(long)}. */
-    public static Module initialize(CK_C_INITIALIZE_ARGS args) {
+    public static TokenLibrary initialize(CK_C_INITIALIZE_ARGS args) {
         Cryptoki.C_Initialize(args).check("C_Initialize");
-        return new Module();
+        return new TokenLibrary();
     }
 
     /** The slots, with a token present in them only if {@code tokenPresent}; both calls of the size query. */
